@@ -1,0 +1,7 @@
+/* Umbrella header of the SDK: includes every public C header. */
+#ifndef POS_SDK_POS_SDK_H
+#define POS_SDK_POS_SDK_H
+
+#include "log.h"
+
+#endif
