@@ -1,0 +1,7 @@
+// Compiled as C++ with only the public include path; links against the library.
+#include <pos_sdk/pos_sdk.h>
+
+int main() {
+    OsLogSetTag("HDRTEST");
+    return OsLog(0, "header check\n");
+}
