@@ -109,8 +109,8 @@ POS_API int smp_gettimeofday(struct timeval *tv);
  * TEXT (Sunday's algorithm; the data may contain any byte, zeros included). Returns the
  * offset of the match, 0 for an empty pattern, or -1 when there is none, a pointer is
  * null or a length is negative. */
-POS_API int smp_sunday_search(const unsigned char *text, int text_len,
-                              const unsigned char *pattern, int pattern_len);
+POS_API int smp_sunday_search(const unsigned char *text, int text_len, const unsigned char *pattern,
+                              int pattern_len);
 
 /* ---- Integer queue ----------------------------------------------------------------- */
 
