@@ -3,5 +3,7 @@
 #define POS_SDK_POS_SDK_H
 
 #include "log.h"
+#include "smartlist.h"
+#include "util.h"
 
 #endif
