@@ -1,0 +1,18 @@
+// Storage internals shared by the SQL layer and the record database; not part of the API.
+#ifndef POS_SDK_SQL_INTERNAL_H
+#define POS_SDK_SQL_INTERNAL_H
+
+struct sqlite3;
+
+namespace pos::storage {
+
+// The process's connection, or null while closed. For maintenance statements that must
+// stay silent (no log line), such as creating the key index beside a table.
+sqlite3 *connection();
+
+// SQLite result code of the last open, exec, get-table or step.
+int lastResultCode();
+
+}  // namespace pos::storage
+
+#endif
