@@ -3,6 +3,8 @@
 #define POS_SDK_POS_SDK_H
 
 #include "log.h"
+#include "sql.h"
+#include "db.h"
 #include "smartlist.h"
 #include "util.h"
 
