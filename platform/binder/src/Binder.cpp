@@ -11,9 +11,15 @@ namespace android {
 IBinder::IBinder() = default;
 IBinder::~IBinder() = default;
 
-sp<IInterface> IBinder::queryLocalInterface(const String16 & /*descriptor*/) { return nullptr; }
-BBinder *IBinder::localBinder() { return nullptr; }
-BpBinder *IBinder::remoteBinder() { return nullptr; }
+sp<IInterface> IBinder::queryLocalInterface(const String16 & /*descriptor*/) {
+    return nullptr;
+}
+BBinder *IBinder::localBinder() {
+    return nullptr;
+}
+BpBinder *IBinder::remoteBinder() {
+    return nullptr;
+}
 
 // ---- BBinder
 
@@ -25,11 +31,17 @@ const String16 &BBinder::getInterfaceDescriptor() const {
     return kEmpty;
 }
 
-bool BBinder::isBinderAlive() const { return true; }
+bool BBinder::isBinderAlive() const {
+    return true;
+}
 
-status_t BBinder::pingBinder() { return OK; }
+status_t BBinder::pingBinder() {
+    return OK;
+}
 
-BBinder *BBinder::localBinder() { return this; }
+BBinder *BBinder::localBinder() {
+    return this;
+}
 
 status_t BBinder::transact(uint32_t code, const Parcel &data, Parcel *reply, uint32_t flags) {
     data.setDataPosition(0);
@@ -70,6 +82,8 @@ sp<IBinder> IInterface::asBinder(const IInterface *iface) {
     return const_cast<IInterface *>(iface)->onAsBinder();
 }
 
-sp<IBinder> IInterface::asBinder(const sp<IInterface> &iface) { return asBinder(iface.get()); }
+sp<IBinder> IInterface::asBinder(const sp<IInterface> &iface) {
+    return asBinder(iface.get());
+}
 
 }  // namespace android

@@ -20,18 +20,26 @@ BpBinder::BpBinder(int fd, const std::string &socketPath)
       mReader(new transport::FrameReader),
       mDescriptorFetched(false) {}
 
-BpBinder::~BpBinder() { close(mFd); }
+BpBinder::~BpBinder() {
+    close(mFd);
+}
 
-BpBinder *BpBinder::remoteBinder() { return this; }
+BpBinder *BpBinder::remoteBinder() {
+    return this;
+}
 
-bool BpBinder::isBinderAlive() const { return mAlive.load(std::memory_order_acquire); }
+bool BpBinder::isBinderAlive() const {
+    return mAlive.load(std::memory_order_acquire);
+}
 
 bool BpBinder::probeAlive() {
     if (isBinderAlive() && transport::peerHungUp(mFd)) markDead();
     return isBinderAlive();
 }
 
-void BpBinder::markDead() { mAlive.store(false, std::memory_order_release); }
+void BpBinder::markDead() {
+    mAlive.store(false, std::memory_order_release);
+}
 
 status_t BpBinder::pingBinder() {
     Parcel data;

@@ -16,7 +16,7 @@
 namespace android {
 
 class BpServiceManager : public BpInterface<IServiceManager> {
-public:
+  public:
     explicit BpServiceManager(const sp<IBinder> &impl) : BpInterface<IServiceManager>(impl) {}
 
     sp<IBinder> getService(const String16 &name) const override { return checkService(name); }

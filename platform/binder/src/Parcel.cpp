@@ -20,15 +20,21 @@ constexpr int32_t kStrictModePolicyWord = 0x00400000;
 constexpr size_t kMaxParcelBytes = 0x7fffffff;
 
 // Items are padded to 4 bytes. Callers keep len <= kMaxParcelBytes, so this cannot overflow.
-size_t padSize(size_t len) { return (len + 3) & ~size_t(3); }
+size_t padSize(size_t len) {
+    return (len + 3) & ~size_t(3);
+}
 
 }  // namespace
 
 Parcel::Parcel() : mData(nullptr), mDataSize(0), mDataCapacity(0), mDataPos(0) {}
 
-Parcel::~Parcel() { free(mData); }
+Parcel::~Parcel() {
+    free(mData);
+}
 
-size_t Parcel::dataAvail() const { return mDataPos < mDataSize ? mDataSize - mDataPos : 0; }
+size_t Parcel::dataAvail() const {
+    return mDataPos < mDataSize ? mDataSize - mDataPos : 0;
+}
 
 status_t Parcel::growTo(size_t capacity) {
     if (capacity <= mDataCapacity) return OK;
@@ -52,7 +58,9 @@ status_t Parcel::setDataSize(size_t size) {
     return OK;
 }
 
-status_t Parcel::setDataCapacity(size_t size) { return growTo(size); }
+status_t Parcel::setDataCapacity(size_t size) {
+    return growTo(size);
+}
 
 status_t Parcel::setData(const uint8_t *buffer, size_t len) {
     if (buffer == nullptr && len > 0) return BAD_VALUE;
@@ -95,11 +103,21 @@ status_t Parcel::writeAligned(T val) {
     return OK;
 }
 
-status_t Parcel::writeInt32(int32_t val) { return writeAligned(val); }
-status_t Parcel::writeUint32(uint32_t val) { return writeAligned(val); }
-status_t Parcel::writeInt64(int64_t val) { return writeAligned(val); }
-status_t Parcel::writeUint64(uint64_t val) { return writeAligned(val); }
-status_t Parcel::writeNoException() { return writeInt32(0); }
+status_t Parcel::writeInt32(int32_t val) {
+    return writeAligned(val);
+}
+status_t Parcel::writeUint32(uint32_t val) {
+    return writeAligned(val);
+}
+status_t Parcel::writeInt64(int64_t val) {
+    return writeAligned(val);
+}
+status_t Parcel::writeUint64(uint64_t val) {
+    return writeAligned(val);
+}
+status_t Parcel::writeNoException() {
+    return writeInt32(0);
+}
 
 status_t Parcel::write(const void *data, size_t len) {
     if (data == nullptr && len > 0) return BAD_VALUE;
@@ -157,10 +175,18 @@ status_t Parcel::readAligned(T *pArg) const {
     return OK;
 }
 
-status_t Parcel::readInt32(int32_t *pArg) const { return readAligned(pArg); }
-status_t Parcel::readUint32(uint32_t *pArg) const { return readAligned(pArg); }
-status_t Parcel::readInt64(int64_t *pArg) const { return readAligned(pArg); }
-status_t Parcel::readUint64(uint64_t *pArg) const { return readAligned(pArg); }
+status_t Parcel::readInt32(int32_t *pArg) const {
+    return readAligned(pArg);
+}
+status_t Parcel::readUint32(uint32_t *pArg) const {
+    return readAligned(pArg);
+}
+status_t Parcel::readInt64(int64_t *pArg) const {
+    return readAligned(pArg);
+}
+status_t Parcel::readUint64(uint64_t *pArg) const {
+    return readAligned(pArg);
+}
 
 int32_t Parcel::readInt32() const {
     int32_t v = 0;
@@ -186,7 +212,9 @@ uint64_t Parcel::readUint64() const {
     return v;
 }
 
-int32_t Parcel::readExceptionCode() const { return readInt32(); }
+int32_t Parcel::readExceptionCode() const {
+    return readInt32();
+}
 
 const void *Parcel::readInplace(size_t len) const {
     if (len > kMaxParcelBytes) return nullptr;

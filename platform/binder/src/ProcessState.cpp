@@ -34,7 +34,7 @@ struct Listener {
 };
 
 class Acceptor {
-public:
+  public:
     static Acceptor &instance() {
         // Never destroyed: serving threads may still run while the process exits.
         static Acceptor *acceptor = new Acceptor;
@@ -81,7 +81,7 @@ public:
         for (const Listener &l : mListeners) unlink(l.path.c_str());
     }
 
-private:
+  private:
     Acceptor() : mWakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), mRunning(false) {
         atexit([] { Acceptor::instance().removeSocketFiles(); });
     }
@@ -180,9 +180,13 @@ sp<ProcessState> ProcessState::self() {
 ProcessState::ProcessState() = default;
 ProcessState::~ProcessState() = default;
 
-void ProcessState::startThreadPool() { host::startServing(); }
+void ProcessState::startThreadPool() {
+    host::startServing();
+}
 
-status_t ProcessState::setThreadPoolMaxThreadCount(size_t /*maxThreads*/) { return OK; }
+status_t ProcessState::setThreadPoolMaxThreadCount(size_t /*maxThreads*/) {
+    return OK;
+}
 
 void ProcessState::giveThreadPoolName() {}
 
@@ -195,7 +199,9 @@ IPCThreadState *IPCThreadState::self() {
     return &state;
 }
 
-void IPCThreadState::joinThreadPool(bool /*isMain*/) { host::joinServing(); }
+void IPCThreadState::joinThreadPool(bool /*isMain*/) {
+    host::joinServing();
+}
 
 void IPCThreadState::flushCommands() {}
 

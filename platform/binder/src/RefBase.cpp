@@ -26,6 +26,8 @@ void RefBase::decStrong(const void *id) const {
     }
 }
 
-int32_t RefBase::getStrongCount() const { return mStrong.load(std::memory_order_relaxed); }
+int32_t RefBase::getStrongCount() const {
+    return mStrong.load(std::memory_order_relaxed);
+}
 
 }  // namespace android

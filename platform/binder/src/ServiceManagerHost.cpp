@@ -23,12 +23,11 @@ const char kDefaultBinderDir[] = "/tmp/.binder";
 
 // The registry behind the socket: name -> the socket path its service listens on.
 class ServiceRegistry : public BBinder {
-public:
+  public:
     const String16 &getInterfaceDescriptor() const override { return IServiceManager::descriptor; }
 
-protected:
-    status_t onTransact(uint32_t code, const Parcel &data, Parcel *reply,
-                        uint32_t flags) override {
+  protected:
+    status_t onTransact(uint32_t code, const Parcel &data, Parcel *reply, uint32_t flags) override {
         if (code < IServiceManager::GET_SERVICE_TRANSACTION ||
             code > IServiceManager::LIST_SERVICES_TRANSACTION) {
             return BBinder::onTransact(code, data, reply, flags);
@@ -46,7 +45,7 @@ protected:
         }
     }
 
-private:
+  private:
     status_t lookUp(const String16 &name, Parcel *reply) {
         std::lock_guard<std::mutex> guard(mLock);
         auto it = mServices.find(name);
@@ -80,7 +79,7 @@ private:
 // The registry for setDefaultServiceManager(): binders are kept as they are, so a local
 // service is called directly.
 class InProcessServiceManager : public BnInterface<IServiceManager> {
-public:
+  public:
     sp<IBinder> getService(const String16 &name) const override { return checkService(name); }
 
     sp<IBinder> checkService(const String16 &name) const override {
@@ -103,7 +102,7 @@ public:
         return names;
     }
 
-private:
+  private:
     mutable std::mutex mLock;
     std::map<String16, sp<IBinder>> mServices;
 };
@@ -133,7 +132,9 @@ std::string binderDirectory() {
     return dir && *dir ? dir : kDefaultBinderDir;
 }
 
-std::string serviceManagerSocketPath() { return binderDirectory() + "/servicemanager"; }
+std::string serviceManagerSocketPath() {
+    return binderDirectory() + "/servicemanager";
+}
 
 status_t runServiceManager(const char *socketPath) {
     status_t err = listenAsServiceManager(socketPath);
@@ -166,6 +167,8 @@ sp<IBinder> waitForService(const String16 &name, int timeoutMs) {
     }
 }
 
-sp<IServiceManager> createInProcessServiceManager() { return new InProcessServiceManager; }
+sp<IServiceManager> createInProcessServiceManager() {
+    return new InProcessServiceManager;
+}
 
 }  // namespace android

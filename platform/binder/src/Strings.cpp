@@ -33,7 +33,9 @@ String16 &String16::append(const String16 &o) {
     return *this;
 }
 
-bool String16::operator==(const char16_t *o) const { return o != nullptr && mText == o; }
+bool String16::operator==(const char16_t *o) const {
+    return o != nullptr && mText == o;
+}
 
 // ---- String8
 
@@ -59,6 +61,8 @@ String8 &String8::append(const char *str) {
     return *this;
 }
 
-bool String8::operator==(const char *o) const { return o != nullptr && mText == o; }
+bool String8::operator==(const char *o) const {
+    return o != nullptr && mText == o;
+}
 
 }  // namespace android

@@ -42,13 +42,13 @@ bool sendFrame(int fd, const FrameHeader &header, const Parcel &payload);
 // Reads frames from one socket. Bytes that arrive beyond the current frame (one-way calls
 // sent back to back) are kept for the next call.
 class FrameReader {
-public:
+  public:
     FrameReader();
     // OK with the header and the payload in *payload (rewound); DEAD_OBJECT when the peer
     // closed or the socket failed; BAD_VALUE for a frame too large to be real.
     status_t next(int fd, FrameHeader *header, Parcel *payload);
 
-private:
+  private:
     std::vector<uint8_t> mBuffer;
     size_t mBegin;
     size_t mEnd;

@@ -8,7 +8,9 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-bool isContinuation(unsigned char c) { return (c & 0xC0) == 0x80; }
+bool isContinuation(unsigned char c) {
+    return (c & 0xC0) == 0x80;
+}
 
 // Decodes one UTF-8 sequence at src[i]; returns the code point and advances i. A malformed
 // sequence yields U+FFFD and consumes only its first byte.
@@ -67,8 +69,12 @@ void appendUtf8(std::string &out, char32_t cp) {
     }
 }
 
-bool isHighSurrogate(char16_t u) { return u >= 0xD800 && u <= 0xDBFF; }
-bool isLowSurrogate(char16_t u) { return u >= 0xDC00 && u <= 0xDFFF; }
+bool isHighSurrogate(char16_t u) {
+    return u >= 0xD800 && u <= 0xDBFF;
+}
+bool isLowSurrogate(char16_t u) {
+    return u >= 0xDC00 && u <= 0xDFFF;
+}
 
 }  // namespace
 
@@ -96,7 +102,8 @@ std::string utf16ToUtf8(const char16_t *src, size_t len) {
     for (size_t i = 0; i < len; ++i) {
         char16_t u = src[i];
         if (isHighSurrogate(u) && i + 1 < len && isLowSurrogate(src[i + 1])) {
-            char32_t cp = 0x10000 + ((char32_t(u) - 0xD800) << 10) + (char32_t(src[i + 1]) - 0xDC00);
+            char32_t cp =
+                0x10000 + ((char32_t(u) - 0xD800) << 10) + (char32_t(src[i + 1]) - 0xDC00);
             appendUtf8(out, cp);
             ++i;
         } else if (isHighSurrogate(u) || isLowSurrogate(u)) {

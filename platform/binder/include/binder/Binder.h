@@ -7,7 +7,7 @@
 namespace android {
 
 class BBinder : public IBinder {
-public:
+  public:
     BBinder();
 
     const String16 &getInterfaceDescriptor() const override;
@@ -20,7 +20,7 @@ public:
                       uint32_t flags = 0) override;
     BBinder *localBinder() override;
 
-protected:
+  protected:
     ~BBinder() override;
 
     // The service's dispatcher; the default knows no transaction.
@@ -29,13 +29,13 @@ protected:
 };
 
 class BpRefBase : public virtual RefBase {
-protected:
+  protected:
     explicit BpRefBase(const sp<IBinder> &o);
     ~BpRefBase() override;
 
     IBinder *remote() const { return mRemote.get(); }
 
-private:
+  private:
     BpRefBase(const BpRefBase &) = delete;
     BpRefBase &operator=(const BpRefBase &) = delete;
 

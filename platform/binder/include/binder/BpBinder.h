@@ -18,7 +18,7 @@ class FrameReader;
 }
 
 class BpBinder : public IBinder {
-public:
+  public:
     // Connects to a service socket; null when nobody listens there.
     static sp<BpBinder> connect(const std::string &socketPath);
 
@@ -41,10 +41,10 @@ public:
     // the binder dead if so. For callers that want to notice a death before the next call.
     bool probeAlive();
 
-protected:
+  protected:
     ~BpBinder() override;
 
-private:
+  private:
     BpBinder(int fd, const std::string &socketPath);
     status_t transactLocked(uint32_t code, const Parcel &data, Parcel *reply, uint32_t flags);
     void markDead();

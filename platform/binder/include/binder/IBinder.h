@@ -16,7 +16,7 @@ class IInterface;
 class Parcel;
 
 class IBinder : public virtual RefBase {
-public:
+  public:
     enum {
         FIRST_CALL_TRANSACTION = 0x00000001,
         LAST_CALL_TRANSACTION = 0x00ffffff,
@@ -38,10 +38,10 @@ public:
     virtual BBinder *localBinder();
     virtual BpBinder *remoteBinder();
 
-protected:
+  protected:
     virtual ~IBinder();
 
-private:
+  private:
     IBinder(const IBinder &) = delete;
     IBinder &operator=(const IBinder &) = delete;
 };

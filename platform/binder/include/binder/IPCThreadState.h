@@ -9,7 +9,7 @@
 namespace android {
 
 class IPCThreadState {
-public:
+  public:
     static IPCThreadState *self();
 
     // Serves incoming calls on the calling thread; does not return.
@@ -27,7 +27,7 @@ public:
         mCallingUid = uid;
     }
 
-private:
+  private:
     IPCThreadState();
 
     pid_t mCallingPid;

@@ -9,7 +9,7 @@
 namespace android {
 
 class IServiceManager : public IInterface {
-public:
+  public:
     DECLARE_META_INTERFACE(ServiceManager)
 
     // The host service manager never waits for a missing service, so getService and

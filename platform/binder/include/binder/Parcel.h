@@ -19,7 +19,7 @@
 namespace android {
 
 class Parcel {
-public:
+  public:
     Parcel();
     ~Parcel();
 
@@ -87,7 +87,7 @@ public:
     // Points at the next len bytes and skips them with their padding; null when they do not fit.
     const void *readInplace(size_t len) const;
 
-private:
+  private:
     Parcel(const Parcel &) = delete;
     Parcel &operator=(const Parcel &) = delete;
 

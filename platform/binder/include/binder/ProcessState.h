@@ -10,7 +10,7 @@
 namespace android {
 
 class ProcessState : public virtual RefBase {
-public:
+  public:
     static sp<ProcessState> self();
 
     // Starts serving the services this process added, in the background. Each client
@@ -20,7 +20,7 @@ public:
     status_t setThreadPoolMaxThreadCount(size_t maxThreads);
     void giveThreadPoolName();
 
-private:
+  private:
     ProcessState();
     ~ProcessState() override;
 };

@@ -18,16 +18,16 @@ enum {
     INVALID_OPERATION = -38,  // -ENOSYS
     BAD_VALUE = -22,          // -EINVAL
     BAD_TYPE = (UNKNOWN_ERROR + 1),
-    NAME_NOT_FOUND = -2,      // -ENOENT
-    PERMISSION_DENIED = -1,   // -EPERM
-    NO_INIT = -19,            // -ENODEV
-    ALREADY_EXISTS = -17,     // -EEXIST
-    DEAD_OBJECT = -32,        // -EPIPE
+    NAME_NOT_FOUND = -2,     // -ENOENT
+    PERMISSION_DENIED = -1,  // -EPERM
+    NO_INIT = -19,           // -ENODEV
+    ALREADY_EXISTS = -17,    // -EEXIST
+    DEAD_OBJECT = -32,       // -EPIPE
     FAILED_TRANSACTION = (UNKNOWN_ERROR + 2),
-    BAD_INDEX = -75,          // -EOVERFLOW
-    NOT_ENOUGH_DATA = -61,    // -ENODATA
-    WOULD_BLOCK = -11,        // -EWOULDBLOCK
-    TIMED_OUT = -110,         // -ETIMEDOUT
+    BAD_INDEX = -75,            // -EOVERFLOW
+    NOT_ENOUGH_DATA = -61,      // -ENODATA
+    WOULD_BLOCK = -11,          // -EWOULDBLOCK
+    TIMED_OUT = -110,           // -ETIMEDOUT
     UNKNOWN_TRANSACTION = -74,  // -EBADMSG
 };
 

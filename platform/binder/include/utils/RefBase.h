@@ -12,13 +12,13 @@
 namespace android {
 
 class RefBase {
-public:
+  public:
     // The id names the holder of the reference; it is kept only for the interface.
     void incStrong(const void *id) const;
     void decStrong(const void *id) const;
     int32_t getStrongCount() const;
 
-protected:
+  protected:
     RefBase();
     virtual ~RefBase();
 
@@ -27,7 +27,7 @@ protected:
     // Called when the last strong reference goes, just before the object is deleted.
     virtual void onLastStrongRef(const void *id);
 
-private:
+  private:
     RefBase(const RefBase &) = delete;
     RefBase &operator=(const RefBase &) = delete;
 
@@ -36,7 +36,7 @@ private:
 
 template <typename T>
 class sp {
-public:
+  public:
     sp() noexcept : m_ptr(nullptr) {}
     sp(std::nullptr_t) noexcept : m_ptr(nullptr) {}
     sp(T *other) : m_ptr(other) { acquire(); }
@@ -131,7 +131,7 @@ public:
         return m_ptr < o.m_ptr;
     }
 
-private:
+  private:
     template <typename Y>
     friend class sp;
 

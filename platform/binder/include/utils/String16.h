@@ -11,7 +11,7 @@ namespace android {
 class String8;
 
 class String16 {
-public:
+  public:
     String16();
     String16(const String16 &o);
     String16(String16 &&o) noexcept;
@@ -43,7 +43,7 @@ public:
 
     operator const char16_t *() const { return mText.c_str(); }
 
-private:
+  private:
     std::u16string mText;
 };
 

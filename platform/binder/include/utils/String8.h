@@ -11,7 +11,7 @@ namespace android {
 class String16;
 
 class String8 {
-public:
+  public:
     String8();
     String8(const String8 &o);
     String8(String8 &&o) noexcept;
@@ -43,7 +43,7 @@ public:
 
     operator const char *() const { return mText.c_str(); }
 
-private:
+  private:
     std::string mText;
 };
 

@@ -1,0 +1,375 @@
+// The host transport end to end: the real service manager and services in processes of their
+// own, each test in a fresh POS_BINDER_DIR; plus the in-process service manager.
+#include <binder/BpBinder.h>
+#include <binder/IInterface.h>
+#include <binder/IServiceManager.h>
+#include <binder/Parcel.h>
+#include <binder/ProcessState.h>
+#include <binder/ServiceManagerHost.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "echo_service.h"
+
+extern char **environ;
+
+using namespace android;
+
+namespace {
+
+constexpr int kStartTimeoutMs = 5000;
+
+// One echo call: n and s go out, n + 1 and s are expected back.
+status_t echoCall(const sp<IBinder> &binder, int32_t n, const String16 &s, int32_t *outN,
+                  String16 *outS) {
+    Parcel data;
+    Parcel reply;
+    data.writeInterfaceToken(String16(echo::kEchoDescriptor));
+    data.writeInt32(n);
+    data.writeString16(s);
+    status_t err = binder->transact(echo::ECHO, data, &reply);
+    reply.readExceptionCode();
+    *outN = reply.readInt32();
+    *outS = reply.readString16();
+    return err;
+}
+
+int32_t askInt(const sp<IBinder> &binder, uint32_t code) {
+    Parcel data;
+    Parcel reply;
+    data.writeInterfaceToken(String16(echo::kEchoDescriptor));
+    binder->transact(code, data, &reply);
+    reply.readExceptionCode();
+    return reply.readInt32();
+}
+
+class BinderTransport : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/binder-test-XXXXXX";
+        ASSERT_NE(nullptr, mkdtemp(pattern));
+        mDir = pattern;
+        setenv("POS_BINDER_DIR", mDir.c_str(), 1);
+        setDefaultServiceManager(nullptr);
+    }
+
+    void TearDown() override {
+        for (pid_t pid : mChildren) stop(pid);
+        setDefaultServiceManager(nullptr);
+        std::string cmd = "rm -rf '" + mDir + "'";
+        ASSERT_EQ(0, system(cmd.c_str()));
+    }
+
+    pid_t spawn(std::vector<std::string> args) {
+        std::vector<char *> argv;
+        for (std::string &a : args) argv.push_back(&a[0]);
+        argv.push_back(nullptr);
+        pid_t pid = -1;
+        EXPECT_EQ(0, posix_spawn(&pid, argv[0], nullptr, nullptr, argv.data(), environ));
+        mChildren.push_back(pid);
+        return pid;
+    }
+
+    void startServiceManager() {
+        spawn({SERVICEMANAGER_BIN});
+        ASSERT_TRUE(waitForServiceManager(kStartTimeoutMs));
+    }
+
+    pid_t startEcho(const char *name, sp<IBinder> *binder) {
+        pid_t pid = spawn({ECHO_SERVICE_BIN, name});
+        *binder = waitForService(String16(name), kStartTimeoutMs);
+        EXPECT_NE(nullptr, *binder);
+        return pid;
+    }
+
+    void stop(pid_t pid) {
+        if (kill(pid, SIGKILL) == 0) waitpid(pid, nullptr, 0);
+    }
+
+    std::string mDir;
+    std::vector<pid_t> mChildren;
+};
+
+}  // namespace
+
+TEST_F(BinderTransport, NoServiceManagerMeansNoBinderContext) {
+    EXPECT_EQ(nullptr, defaultServiceManager());  // no socket at all
+
+    // A socket file that nobody listens on any more (a service manager that died).
+    std::string path = serviceManagerSocketPath();
+    int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    strncpy(addr.sun_path, path.c_str(), sizeof addr.sun_path - 1);
+    ASSERT_EQ(0, bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr));
+    close(fd);
+    EXPECT_EQ(0, access(path.c_str(), F_OK));
+    EXPECT_EQ(nullptr, defaultServiceManager());
+    EXPECT_FALSE(waitForServiceManager(0));
+}
+
+TEST_F(BinderTransport, ClientCallsAServiceInAnotherProcess) {
+    startServiceManager();
+    sp<IBinder> binder;
+    pid_t servicePid = startEcho("echo", &binder);
+    ASSERT_NE(nullptr, binder);
+    EXPECT_NE(nullptr, binder->remoteBinder());
+    EXPECT_EQ(nullptr, binder->localBinder());
+    EXPECT_TRUE(binder->isBinderAlive());
+
+    int32_t n = 0;
+    String16 s;
+    EXPECT_EQ(OK, echoCall(binder, 41, String16("h\xc3\xa9llo"), &n, &s));
+    EXPECT_EQ(42, n);
+    EXPECT_STREQ("h\xc3\xa9llo", String8(s).string());
+    EXPECT_EQ(servicePid, askInt(binder, echo::GET_PID));
+    EXPECT_EQ(getpid(), askInt(binder, echo::GET_CALLER_PID));
+    EXPECT_EQ(OK, binder->pingBinder());
+    EXPECT_STREQ(echo::kEchoDescriptor, String8(binder->getInterfaceDescriptor()).string());
+
+    // An unknown code comes back as the service's status with an empty reply.
+    Parcel data;
+    Parcel reply;
+    data.writeInterfaceToken(String16(echo::kEchoDescriptor));
+    EXPECT_EQ(UNKNOWN_TRANSACTION, binder->transact(999, data, &reply));
+    EXPECT_EQ(0u, reply.dataSize());
+    // So does a request with the wrong token.
+    Parcel wrong;
+    wrong.writeInterfaceToken(String16("pos.test.IOther"));
+    EXPECT_EQ(PERMISSION_DENIED, binder->transact(echo::ECHO, wrong, &reply));
+
+    sp<IServiceManager> sm = defaultServiceManager();
+    ASSERT_NE(nullptr, sm);
+    EXPECT_EQ(nullptr, sm->getService(String16("nobody")));
+    EXPECT_EQ(nullptr, sm->checkService(String16("nobody")));
+    std::vector<String16> names = sm->listServices();
+    ASSERT_EQ(1u, names.size());
+    EXPECT_TRUE(names[0] == String16("echo"));
+}
+
+TEST_F(BinderTransport, LargePayloadsCrossIntact) {
+    startServiceManager();
+    sp<IBinder> binder;
+    startEcho("echo", &binder);
+    ASSERT_NE(nullptr, binder);
+
+    std::vector<uint8_t> blob(3 * 1024 * 1024 + 3);
+    for (size_t i = 0; i < blob.size(); ++i) blob[i] = static_cast<uint8_t>(i * 7 + (i >> 9));
+    Parcel data;
+    Parcel reply;
+    data.writeInterfaceToken(String16(echo::kEchoDescriptor));
+    data.writeInt32(static_cast<int32_t>(blob.size()));
+    data.write(blob.data(), blob.size());
+    ASSERT_EQ(OK, binder->transact(echo::BLOB, data, &reply));
+    reply.readExceptionCode();
+    ASSERT_EQ(static_cast<int32_t>(blob.size()), reply.readInt32());
+    std::vector<uint8_t> back(blob.size());
+    ASSERT_EQ(OK, reply.read(back.data(), back.size()));
+    EXPECT_TRUE(std::equal(blob.rbegin(), blob.rend(), back.begin()));
+
+    // The connection keeps working for small calls afterwards.
+    int32_t n = 0;
+    String16 s;
+    EXPECT_EQ(OK, echoCall(binder, 1, String16("x"), &n, &s));
+    EXPECT_EQ(2, n);
+}
+
+TEST_F(BinderTransport, KilledServiceIsDeadAndARestartIsFoundAgain) {
+    startServiceManager();
+    sp<IBinder> old;
+    pid_t pid = startEcho("echo", &old);
+    ASSERT_NE(nullptr, old);
+    stop(pid);
+
+    // Death shows with the next call, as on the device: -32, an empty reply, then not alive.
+    int32_t n = 5;
+    String16 s("stale");
+    EXPECT_EQ(DEAD_OBJECT, echoCall(old, 1, String16("x"), &n, &s));
+    EXPECT_EQ(0, n);
+    EXPECT_EQ(0u, s.size());
+    EXPECT_FALSE(old->isBinderAlive());
+    EXPECT_EQ(DEAD_OBJECT, echoCall(old, 1, String16("x"), &n, &s));
+    EXPECT_EQ(DEAD_OBJECT, old->pingBinder());
+
+    // Still registered but nobody listens: the lookup gives null rather than a dead proxy.
+    EXPECT_EQ(nullptr, defaultServiceManager()->getService(String16("echo")));
+
+    sp<IBinder> fresh;
+    pid_t restarted = startEcho("echo", &fresh);
+    ASSERT_NE(nullptr, fresh);
+    EXPECT_NE(old.get(), fresh.get());
+    EXPECT_TRUE(fresh->isBinderAlive());
+    EXPECT_EQ(OK, echoCall(fresh, 9, String16("y"), &n, &s));
+    EXPECT_EQ(10, n);
+    EXPECT_EQ(restarted, askInt(fresh, echo::GET_PID));
+    EXPECT_FALSE(old->isBinderAlive());
+}
+
+TEST_F(BinderTransport, ProbeNoticesADeadPeerWithoutACall) {
+    startServiceManager();
+    sp<IBinder> binder;
+    pid_t pid = startEcho("echo", &binder);
+    ASSERT_NE(nullptr, binder);
+    EXPECT_TRUE(binder->remoteBinder()->probeAlive());
+    stop(pid);
+    EXPECT_FALSE(binder->remoteBinder()->probeAlive());
+    EXPECT_FALSE(binder->isBinderAlive());
+}
+
+TEST_F(BinderTransport, RestartedServiceManagerIsReconnected) {
+    startServiceManager();
+    ASSERT_NE(nullptr, defaultServiceManager());
+    stop(mChildren.back());
+    EXPECT_EQ(nullptr, defaultServiceManager());
+    startServiceManager();
+    sp<IBinder> binder;
+    startEcho("echo", &binder);
+    EXPECT_NE(nullptr, binder);
+}
+
+TEST_F(BinderTransport, ManyClientThreadsAtOnce) {
+    startServiceManager();
+    sp<IBinder> shared;
+    startEcho("echo", &shared);
+    ASSERT_NE(nullptr, shared);
+
+    // Half the threads share one proxy, half look the service up for themselves; every
+    // reply must belong to the request its thread sent.
+    constexpr int kThreads = 8;
+    constexpr int kCalls = 200;
+    std::vector<int> failures(kThreads, 0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            sp<IBinder> binder =
+                t % 2 ? shared : defaultServiceManager()->getService(String16("echo"));
+            if (binder == nullptr) {
+                failures[t] = kCalls;
+                return;
+            }
+            String16 tag(std::to_string(t).c_str());
+            for (int i = 0; i < kCalls; ++i) {
+                int32_t n = 0;
+                String16 s;
+                int32_t sent = t * 100000 + i;
+                if (echoCall(binder, sent, tag, &n, &s) != OK || n != sent + 1 || !(s == tag)) {
+                    ++failures[t];
+                }
+            }
+        });
+    }
+    for (std::thread &th : threads) th.join();
+    for (int t = 0; t < kThreads; ++t) EXPECT_EQ(0, failures[t]) << "thread " << t;
+}
+
+TEST_F(BinderTransport, MalformedFramesFromEitherSideAreSurvived) {
+    startServiceManager();
+    sp<IBinder> echoBinder;
+    startEcho("echo", &echoBinder);
+    ASSERT_NE(nullptr, echoBinder);
+
+    // A client sending a frame header that claims 4 GiB: the service drops that connection
+    // and keeps serving everybody else.
+    std::string echoPath = echoBinder->remoteBinder()->socketPath();
+    {
+        int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+        sockaddr_un addr{};
+        addr.sun_family = AF_UNIX;
+        strncpy(addr.sun_path, echoPath.c_str(), sizeof addr.sun_path - 1);
+        ASSERT_EQ(0, connect(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr));
+        const uint32_t header[3] = {echo::ECHO, 0, 0xffffffffu};
+        ASSERT_EQ(12, ::write(fd, header, sizeof header));
+        char byte;
+        EXPECT_EQ(0, ::read(fd, &byte, 1));  // closed on us
+        close(fd);
+    }
+    int32_t n = 0;
+    String16 s;
+    EXPECT_EQ(OK, echoCall(echoBinder, 3, String16("z"), &n, &s));
+    EXPECT_EQ(4, n);
+
+    // A "service" answering with an absurd frame: the call fails as dead, nothing crashes.
+    std::string fakePath = mDir + "/fake";
+    int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    strncpy(addr.sun_path, fakePath.c_str(), sizeof addr.sun_path - 1);
+    ASSERT_EQ(0, bind(listener, reinterpret_cast<sockaddr *>(&addr), sizeof addr));
+    ASSERT_EQ(0, listen(listener, 1));
+    std::thread fake([listener] {
+        int fd = accept(listener, nullptr, nullptr);
+        char request[256];
+        ssize_t got = ::read(fd, request, sizeof request);
+        (void)got;
+        const uint32_t answer[3] = {0, 0, 0xfffffff0u};
+        ssize_t sent = ::write(fd, answer, sizeof answer);
+        (void)sent;
+        close(fd);
+    });
+    sp<BpBinder> proxy = BpBinder::connect(fakePath);
+    ASSERT_NE(nullptr, proxy);
+    EXPECT_EQ(DEAD_OBJECT, echoCall(proxy, 1, String16("q"), &n, &s));
+    EXPECT_FALSE(proxy->isBinderAlive());
+    fake.join();
+    close(listener);
+    EXPECT_EQ(nullptr, BpBinder::connect(mDir + "/nothing-here"));
+    EXPECT_EQ(nullptr, BpBinder::connect(std::string(200, 'x')));  // longer than a socket path
+}
+
+TEST_F(BinderTransport, ServicesServedByThisProcessThreadPool) {
+    ASSERT_EQ(OK, android::startServiceManager(nullptr));
+    ASSERT_TRUE(waitForServiceManager(kStartTimeoutMs));
+    sp<echo::EchoService> service = new echo::EchoService;
+    ASSERT_EQ(OK, defaultServiceManager()->addService(String16("local-echo"), service));
+    ProcessState::self()->startThreadPool();
+
+    // Looked up through the socket, the service is reached over a connection, on a pool
+    // thread, not by a direct call.
+    sp<IBinder> binder = defaultServiceManager()->getService(String16("local-echo"));
+    ASSERT_NE(nullptr, binder);
+    EXPECT_NE(nullptr, binder->remoteBinder());
+    int32_t n = 0;
+    String16 s;
+    EXPECT_EQ(OK, echoCall(binder, 7, String16("pool"), &n, &s));
+    EXPECT_EQ(8, n);
+    EXPECT_EQ(1, service->calls.load());
+    EXPECT_NE(std::this_thread::get_id(), service->lastThread);
+    EXPECT_EQ(BAD_VALUE, defaultServiceManager()->addService(String16("none"), nullptr));
+}
+
+TEST_F(BinderTransport, InstalledServiceManagerWinsAndCallsDirectly) {
+    startServiceManager();  // present, but the installed one must be used instead
+    sp<IServiceManager> local = createInProcessServiceManager();
+    setDefaultServiceManager(local);
+    EXPECT_EQ(local.get(), defaultServiceManager().get());
+
+    sp<echo::EchoService> service = new echo::EchoService;
+    ASSERT_EQ(OK, defaultServiceManager()->addService(String16("echo"), service));
+    sp<IBinder> binder = defaultServiceManager()->getService(String16("echo"));
+    EXPECT_EQ(static_cast<IBinder *>(service.get()), binder.get());
+    EXPECT_EQ(nullptr, defaultServiceManager()->getService(String16("other")));
+
+    int32_t n = 0;
+    String16 s;
+    EXPECT_EQ(OK, echoCall(binder, 1, String16("direct"), &n, &s));
+    EXPECT_EQ(2, n);
+    EXPECT_STREQ("direct", String8(s).string());
+    EXPECT_EQ(std::this_thread::get_id(), service->lastThread);
+    EXPECT_TRUE(binder->isBinderAlive());
+
+    setDefaultServiceManager(nullptr);
+    sp<IServiceManager> overSocket = defaultServiceManager();
+    ASSERT_NE(nullptr, overSocket);
+    EXPECT_NE(local.get(), overSocket.get());
+    EXPECT_EQ(nullptr, overSocket->getService(String16("echo")));
+}
