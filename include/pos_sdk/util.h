@@ -11,6 +11,9 @@
 
 POS_BEGIN_DECLS
 
+/* Declared by <sys/time.h>; only pointers to it are used here. */
+struct timeval;
+
 /* ---- Byte and text conversions ---------------------------------------------------- */
 
 /* Writes two upper-case hexadecimal digits per byte of IN (high nibble first) to OUT; no
@@ -102,7 +105,6 @@ POS_API int smp_vsnprintf(char *buf, size_t size, const char *fmt, va_list ap)
     __attribute__((format(printf, 3, 0)));
 
 /* Fills *TV with the current wall-clock time. Returns 0, or -1 for a null TV. */
-struct timeval;
 POS_API int smp_gettimeofday(struct timeval *tv);
 
 /* Finds the first occurrence of the PATTERN_LEN bytes of PATTERN in the TEXT_LEN bytes of
