@@ -1,0 +1,35 @@
+// The simulated terminal's sandbox: a private mount and PID namespace (and a user namespace
+// when not root) whose root is a fresh tmpfs holding bind mounts of the host's top-level
+// directories and private mounts of everything the terminal's library touches by fixed
+// path: /tmp, /dev/shm, /customer/kivo, /dev/chn/4, /dev/ttyGS0 and the board's /sys files.
+// Nothing made inside is visible on the host, except in the output directory.
+#ifndef POS_SIM_SANDBOX_H
+#define POS_SIM_SANDBOX_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace possim {
+
+struct SandboxOptions {
+    // Host directory bind-mounted at the same path inside; created if missing. Empty: none.
+    std::string outDir;
+    // How long the services may take to become ready.
+    int readyTimeoutMs = 10000;
+};
+
+// Runs inside the sandbox in a process of its own: starts the terminal's services, calls
+// READY once they serve, and returns when SIGTERM arrives (it is blocked for the caller, so
+// sigwait can take it). Its result is its exit status.
+using ServicesMain = std::function<int(const std::function<void()> &ready)>;
+
+// Builds a sandbox, starts SERVICES in it, runs COMMAND (a program and its arguments,
+// searched in PATH) and tears everything down when the command ends. Returns the command's
+// exit status (128 + signal when killed), or -1 with ERROR when the sandbox cannot be built.
+int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
+                 const std::vector<std::string> &command, std::string &error);
+
+}  // namespace possim
+
+#endif

@@ -1,0 +1,49 @@
+// The init command server runs shell command lines with root rights on a terminal. The
+// simulator instead interprets the few shapes the library sends, and only on paths inside
+// the sandbox's private mounts:
+//   cp SRC DST | cp -rf SRC DST | rm [-rf] PATH... | mv SRC DST | chmod [-R] MODE PATH
+//   echo TEXT > FILE | reboot | poweroff
+#ifndef POS_SIM_SERVERS_COMMAND_INTERPRETER_H
+#define POS_SIM_SERVERS_COMMAND_INTERPRETER_H
+
+#include <string>
+#include <vector>
+
+namespace possim {
+
+struct CommandResult {
+    bool ok = false;
+    std::string text;  // the result line sent back ("ok" or "error: ...")
+};
+
+// What a command changes beyond files; the caller applies it to the simulated terminal.
+enum class PowerAction { kNone, kReboot, kPowerOff };
+
+class CommandInterpreter {
+public:
+    // ROOTS are the private mounts commands may act on ("/tmp", "/customer", ...).
+    explicit CommandInterpreter(std::vector<std::string> roots) : roots_(std::move(roots)) {}
+
+    CommandResult run(const std::string &line, PowerAction &power) const;
+
+    // True when PATH, after resolving "." and ".." and any symbolic links, lies inside one
+    // of the roots.
+    bool allowed(const std::string &path) const;
+
+private:
+    CommandResult copy(const std::vector<std::string> &args) const;
+    CommandResult remove(const std::vector<std::string> &args) const;
+    CommandResult move(const std::vector<std::string> &args) const;
+    CommandResult changeMode(const std::vector<std::string> &args) const;
+    CommandResult echo(const std::vector<std::string> &args) const;
+
+    std::vector<std::string> roots_;
+};
+
+// Splits a command line into words; single and double quotes group words. Returns false
+// for shell syntax the interpreter does not run (pipes, lists, substitutions, variables).
+bool splitWords(const std::string &line, std::vector<std::string> &words);
+
+}  // namespace possim
+
+#endif

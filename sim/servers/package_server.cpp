@@ -1,0 +1,362 @@
+#include "servers/package_server.h"
+
+#include <errno.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+
+#include "servers/listener.h"
+
+namespace fs = std::filesystem;
+
+namespace possim {
+
+namespace {
+
+constexpr int kReadTimeoutMs = 2000;
+constexpr size_t kTextBytes = 512;
+constexpr size_t kInfoRecordBytes = 552;
+constexpr size_t kListEntryBytes = 326;
+
+void putInt(char *dst, int32_t v) { memcpy(dst, &v, 4); }
+
+// Application-info record, written from its byte offsets.
+void writeInfoRecord(char *r, const ScenarioApp &a, int installTime, int sizeKb, bool running) {
+    putText(r + 0, 9, "app");
+    putInt(r + 9, 0);
+    putText(r + 13, 33, a.vendor);
+    putText(r + 46, 33, a.id);
+    putInt(r + 79, a.version.major);
+    putInt(r + 83, a.version.minor);
+    putInt(r + 87, a.version.patch);
+    putInt(r + 91, a.version.build);
+    putInt(r + 95, sizeKb);
+    putText(r + 99, 33, a.exec);
+    putText(r + 132, 33, "");
+    putText(r + 165, 33, a.vendor);
+    putInt(r + 198, installTime);
+    putInt(r + 202, running ? 1 : 0);
+    putText(r + 206, 65, a.description);
+    putText(r + 271, 17, a.category);
+    putInt(r + 288, 0);
+    putInt(r + 292, 0);
+    putText(r + 296, 256, a.name);
+}
+
+void writeListEntry(char *e, const ScenarioApp &a, bool running) {
+    putText(e + 0, 33, a.id);
+    putInt(e + 33, a.version.major);
+    putInt(e + 37, a.version.minor);
+    putInt(e + 41, a.version.patch);
+    putInt(e + 45, a.version.build);
+    putText(e + 49, 17, a.category);
+    putInt(e + 66, running ? 1 : 0);
+    putText(e + 70, 256, a.name);
+}
+
+void answerInt(int fd, int32_t value) { writeFully(fd, &value, sizeof value); }
+
+bool validId(const std::string &id) {
+    if (id.empty() || id.size() > 32 || id[0] == '.') return false;
+    for (char c : id) {
+        if (!isalnum(static_cast<unsigned char>(c)) && c != '.' && c != '_' && c != '-') return false;
+    }
+    return true;
+}
+
+bool safeRelative(const std::string &path) {
+    if (path.empty() || path[0] == '/') return false;
+    for (const auto &part : fs::path(path)) {
+        if (part == "..") return false;
+    }
+    return true;
+}
+
+// Runs PROGRAM with ARGS and waits for it; true when it exits with status 0.
+bool runTool(const std::vector<std::string> &args) {
+    std::vector<char *> argv;
+    for (const auto &a : args) argv.push_back(const_cast<char *>(a.c_str()));
+    argv.push_back(nullptr);
+    pid_t pid = fork();
+    if (pid < 0) return false;
+    if (pid == 0) {
+        execvp(argv[0], argv.data());
+        _exit(127);
+    }
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+int directorySizeKb(const std::string &dir) {
+    std::error_code ec;
+    uintmax_t total = 0;
+    for (auto it = fs::recursive_directory_iterator(dir, ec); !ec && it != fs::end(it);
+         it.increment(ec)) {
+        if (it->is_regular_file(ec)) total += it->file_size(ec);
+    }
+    return int((total + 1023) / 1024);
+}
+
+std::string describeStart(const std::string &name, const std::vector<std::string> &args) {
+    std::string fields = "app=" + quoteText(name) + " args=[";
+    for (size_t i = 0; i < args.size(); ++i) fields += (i ? "," : "") + quoteText(args[i]);
+    return fields + "]";
+}
+
+}  // namespace
+
+bool readManifest(const std::string &file, ScenarioApp &app, std::string &error) {
+    std::ifstream in(file);
+    if (!in) {
+        error = "no manifest.json";
+        return false;
+    }
+    try {
+        nlohmann::json j = nlohmann::json::parse(in);
+        std::string text = nlohmann::json{{"apps", {j}}}.dump();
+        Scenario parsed;
+        if (!parseScenario(text, parsed, error)) return false;
+        app = parsed.apps.at(0);
+    } catch (const std::exception &e) {
+        error = e.what();
+        return false;
+    }
+    if (!validId(app.id) || app.name.size() > 255) {
+        error = "bad id or name";
+        return false;
+    }
+    if (!safeRelative(app.exec)) {
+        error = "exec must be a path inside the package";
+        return false;
+    }
+    return true;
+}
+
+PackageServer::PackageServer(const Scenario &scenario, RequestLog &log, SharedBlock &childBlock,
+                             std::string appsDir)
+    : log_(log), childBlock_(childBlock), appsDir_(std::move(appsDir)) {
+    for (const auto &a : scenario.apps) apps_.push_back(App{a, "", int(time(nullptr))});
+}
+
+PackageServer::~PackageServer() { stopApps(); }
+
+const PackageServer::App *PackageServer::find(const std::string &idOrName) const {
+    for (const auto &a : apps_) {
+        if (a.meta.id == idOrName) return &a;
+    }
+    for (const auto &a : apps_) {
+        if (a.meta.name == idOrName) return &a;
+    }
+    return nullptr;
+}
+
+std::string PackageServer::programOf(const App &app) const {
+    if (app.dir.empty()) return app.meta.exec;
+    return app.dir + "/" + app.meta.exec;
+}
+
+int PackageServer::install(const std::string &path) {
+    struct stat st;
+    if (path.empty() || path[0] != '/' || stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
+        return kPkgNotFound;
+    }
+    std::error_code ec;
+    fs::create_directories(appsDir_, ec);
+    std::string unpack = appsDir_ + "/.install-XXXXXX";
+    if (mkdtemp(unpack.data()) == nullptr) return kPkgBadArchive;
+    if (!runTool({"tar", "-xf", path, "-C", unpack, "--no-same-owner", "--no-same-permissions"})) {
+        fs::remove_all(unpack, ec);
+        return kPkgBadArchive;
+    }
+    ScenarioApp meta;
+    std::string error;
+    if (!readManifest(unpack + "/manifest.json", meta, error) ||
+        access((unpack + "/" + meta.exec).c_str(), F_OK) != 0) {
+        fs::remove_all(unpack, ec);
+        return kPkgBadManifest;
+    }
+    std::string dir = appsDir_ + "/" + meta.id;
+    std::lock_guard<std::mutex> lock(mutex_);
+    fs::remove_all(dir, ec);
+    fs::rename(unpack, dir, ec);
+    if (ec) {
+        fs::remove_all(unpack, ec);
+        return kPkgBadArchive;
+    }
+    chmod((dir + "/" + meta.exec).c_str(), 0755);
+    for (auto it = apps_.begin(); it != apps_.end(); ++it) {
+        if (it->meta.id == meta.id) {
+            apps_.erase(it);
+            break;
+        }
+    }
+    apps_.push_back(App{meta, dir, int(time(nullptr))});
+    return 0;
+}
+
+int PackageServer::uninstall(const std::string &id) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (auto it = apps_.begin(); it != apps_.end(); ++it) {
+        if (it->meta.id != id) continue;
+        std::error_code ec;
+        if (!it->dir.empty()) fs::remove_all(it->dir, ec);
+        apps_.erase(it);
+        return 0;
+    }
+    return kPkgNotFound;
+}
+
+int PackageServer::start(const std::string &name, const std::vector<std::string> &args) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    const App *app = find(name);
+    if (app == nullptr) return kPkgNotFound;
+    std::string program = programOf(*app);
+    if (access(program.c_str(), X_OK) != 0) return kPkgNotRunnable;
+
+    std::vector<std::string> all{program};
+    all.insert(all.end(), args.begin(), args.end());
+    std::vector<char *> argv;
+    for (auto &a : all) argv.push_back(a.data());
+    argv.push_back(nullptr);
+
+    // Slot 0 says "busy" until the child hands back its exit code (or ends without one).
+    ChildSlotView slot = childSlot(childBlock_, 0);
+    putText(slot.name(), 32, name);
+    putText(slot.state(), 16, "busy");
+    putText(slot.value(), 32, "");
+
+    pid_t pid = fork();
+    if (pid < 0) {
+        putText(slot.state(), 16, "idle");
+        return kPkgNotRunnable;
+    }
+    if (pid == 0) {
+        execv(argv[0], argv.data());
+        _exit(127);
+    }
+    running_.push_back(pid);
+    watchers_.emplace_back([this, pid, name] { watchChild(pid, name); });
+    return 0;
+}
+
+// A child that dies without PkgGetExitCode still ends "busy": record how it ended, so a
+// waiting parent is released.
+void PackageServer::watchChild(pid_t pid, const std::string &name) {
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (auto it = running_.begin(); it != running_.end(); ++it) {
+        if (*it == pid) {
+            running_.erase(it);
+            break;
+        }
+    }
+    ChildSlotView slot = childSlot(childBlock_, 0);
+    if (getText(slot.name(), 32) == name.substr(0, 31) &&
+        getText(slot.state(), 16).find("busy") != std::string::npos) {
+        putText(slot.value(), 32, std::to_string(code));
+        putText(slot.state(), 16, "idle");
+    }
+}
+
+void PackageServer::stopApps() {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        for (pid_t pid : running_) kill(pid, SIGKILL);
+    }
+    for (auto &t : watchers_) {
+        if (t.joinable()) t.join();
+    }
+    watchers_.clear();
+}
+
+void PackageServer::answerInfo(int fd, const std::string &id) {
+    char answer[8 + kInfoRecordBytes] = {0};
+    int32_t status = kPkgNotFound;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const App *app = find(id);
+        if (app != nullptr) {
+            status = 0;
+            int size = app->dir.empty() ? 0 : directorySizeKb(app->dir);
+            writeInfoRecord(answer + 8, app->meta, app->installTime, size, false);
+        }
+    }
+    putInt(answer, status);
+    writeFully(fd, answer, status == 0 ? sizeof answer : 8);
+    log_.record("pkg", 0x105, quoteText(id), std::to_string(status));
+}
+
+void PackageServer::answerList(int fd) {
+    std::vector<char> answer;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        answer.assign(12 + kListEntryBytes * apps_.size(), 0);
+        putInt(&answer[8], int32_t(apps_.size()));
+        for (size_t i = 0; i < apps_.size(); ++i) {
+            writeListEntry(&answer[12 + kListEntryBytes * i], apps_[i].meta, false);
+        }
+    }
+    writeFully(fd, answer.data(), answer.size());
+    log_.record("pkg", 0x106, "count=" + std::to_string((answer.size() - 12) / kListEntryBytes),
+                "0");
+}
+
+void PackageServer::handleStart(int fd) {
+    char rest[512 + 4 + 384];
+    if (!readFully(fd, rest, sizeof rest, kReadTimeoutMs)) {
+        log_.record("pkg", 0x103, "short request", "(none)");
+        return;
+    }
+    std::string name = getText(rest, 512);
+    int32_t argc = 0;
+    memcpy(&argc, rest + 512, 4);
+    std::vector<std::string> args;
+    for (int i = 0; i < argc && i < 12; ++i) args.push_back(getText(rest + 516 + 32 * i, 32));
+    int32_t result = start(name, args);
+    answerInt(fd, result);
+    log_.record("pkg", 0x103, describeStart(name, args), std::to_string(result));
+}
+
+void PackageServer::handle(int fd) {
+    int32_t code = 0;
+    if (!readFully(fd, &code, 4, kReadTimeoutMs)) return;
+    if (code == 0x103) return handleStart(fd);
+    char text[kTextBytes];
+    if (!readFully(fd, text, sizeof text, kReadTimeoutMs)) {
+        log_.record("pkg", code, "short request", "(none)");
+        return;
+    }
+    std::string arg = getText(text, sizeof text);
+    int32_t result;
+    switch (code) {
+        case 0x101:
+            result = install(arg);
+            break;
+        case 0x102:
+            result = uninstall(arg);
+            break;
+        case 0x105:
+            return answerInfo(fd, arg);
+        case 0x106:
+            return answerList(fd);
+        default:
+            result = kPkgBadRequest;
+    }
+    answerInt(fd, result);
+    log_.record("pkg", code, quoteText(arg), std::to_string(result));
+}
+
+}  // namespace possim
