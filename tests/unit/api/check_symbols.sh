@@ -16,6 +16,7 @@ nm -D --defined-only "$lib" | awk '{print $3}' | grep -v '^_Z' | grep -v '^_\(in
 perl -0777 -ne '
     s{/\*.*?\*/}{}gs; s{//[^\n]*}{}g;              # comments
     s{__attribute__\s*\(\(.*?\)\)}{}gs;          # attributes
+    s{^\s*#[^\n]*}{}gm;                               # preprocessor lines
     for my $decl (split /;/) {
         next unless $decl =~ /\bPOS_API\b/ && $decl !~ /#\s*define/;
         $decl =~ s/\s+/ /g;
