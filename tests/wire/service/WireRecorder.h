@@ -1,0 +1,76 @@
+// A service that records the raw bytes of each request it receives and answers with a
+// scripted reply, plus a byte builder for the expected requests written from the protocol
+// tables (independent of Parcel).
+#ifndef POS_TESTS_WIRE_RECORDER_H
+#define POS_TESTS_WIRE_RECORDER_H
+
+#include <binder/Binder.h>
+#include <binder/Parcel.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Little-endian words and ASCII text as UTF-16 code units, each item padded to 4 bytes.
+struct Bytes {
+    std::vector<uint8_t> b;
+
+    Bytes &i32(int32_t v) {
+        for (int shift = 0; shift < 32; shift += 8) b.push_back(uint8_t(uint32_t(v) >> shift));
+        return *this;
+    }
+    // Length in 16-bit units, the units, a 16-bit terminator, zero padding.
+    Bytes &s16(const std::u16string &text) {
+        i32(int32_t(text.size()));
+        for (char16_t unit : text) {
+            b.push_back(uint8_t(unit & 0xff));
+            b.push_back(uint8_t(unit >> 8));
+        }
+        b.push_back(0);
+        b.push_back(0);
+        while (b.size() % 4 != 0) b.push_back(0);
+        return *this;
+    }
+    Bytes &append(const Bytes &other) {
+        b.insert(b.end(), other.b.begin(), other.b.end());
+        return *this;
+    }
+};
+
+// The interface token: the strict-mode policy word the platform writes, then the descriptor.
+inline Bytes token(const std::u16string &descriptor) {
+    return Bytes().i32(0x00400000).s16(descriptor);
+}
+
+class RecordingService : public android::BBinder {
+  public:
+    explicit RecordingService(const char *descriptor) : mDescriptor(descriptor) {}
+
+    const android::String16 &getInterfaceDescriptor() const override { return mDescriptor; }
+
+    // The next replies: exception code 0 followed by `fields`.
+    void script(const Bytes &fields) { mReply = Bytes().i32(0).append(fields).b; }
+    void scriptRaw(const Bytes &reply) { mReply = reply.b; }
+
+    uint32_t code = 0;
+    uint32_t flags = 0;
+    std::vector<uint8_t> request;
+    int calls = 0;
+
+  protected:
+    android::status_t onTransact(uint32_t c, const android::Parcel &data, android::Parcel *reply,
+                                 uint32_t f) override {
+        ++calls;
+        code = c;
+        flags = f;
+        request.assign(data.data(), data.data() + data.dataSize());
+        reply->setData(mReply.data(), mReply.size());
+        return android::NO_ERROR;
+    }
+
+  private:
+    android::String16 mDescriptor;
+    std::vector<uint8_t> mReply;
+};
+
+#endif
