@@ -58,7 +58,7 @@ demo)
     out="$ROOT/demo-out"
     rm -rf "$out"
     mkdir -p "$out"
-    "$ROOT/build/sim/pos-sim" run --out "$out" -- "$ROOT/build/tools/pos_demo" | tee "$out/demo.txt"
+    "$ROOT/build/sim/pos-sim" run --out "$out" -- "$ROOT/build/tools/pos_demo/pos_demo" | tee "$out/demo.txt"
     echo "demo artefacts in $out"
     ;;
 bench)

@@ -1,0 +1,105 @@
+#include "ServiceHost.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstdio>
+#include <thread>
+
+#include "PowerService.h"
+#include "SystemService.h"
+
+namespace possim {
+
+const std::vector<SimService> &simulatedServices() {
+    static const std::vector<SimService> services = {
+        {"system", "KivoSystemManagerService"},
+        {"power", "KivoPowerService"},
+    };
+    return services;
+}
+
+android::sp<android::IBinder> makeService(const std::string &key, const nlohmann::json &section) {
+    if (key == "system") return new SystemService(SystemState::fromJson(section));
+    if (key == "power") return new PowerService(PowerState::fromJson(section));
+    return nullptr;
+}
+
+namespace {
+
+[[noreturn]] void execChild(const std::string &program, const std::vector<std::string> &args,
+                            int readyFd) {
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    std::vector<std::string> argv{program};
+    argv.insert(argv.end(), args.begin(), args.end());
+    argv.push_back("--ready-fd");
+    argv.push_back(std::to_string(readyFd));
+    std::vector<char *> raw;
+    for (auto &a : argv) raw.push_back(a.data());
+    raw.push_back(nullptr);
+    execv(program.c_str(), raw.data());
+    fprintf(stderr, "pos-sim: cannot run %s\n", program.c_str());
+    _exit(127);
+}
+
+// True when the child wrote its ready byte within timeoutMs; false on EOF or time-out.
+bool waitReady(int fd, int timeoutMs) {
+    struct pollfd pfd = {fd, POLLIN, 0};
+    int n;
+    do {
+        n = poll(&pfd, 1, timeoutMs);
+    } while (n < 0 && errno == EINTR);
+    char byte;
+    return n == 1 && read(fd, &byte, 1) == 1;
+}
+
+}  // namespace
+
+pid_t spawnAndWaitReady(const std::string &program, const std::vector<std::string> &args,
+                        int timeoutMs) {
+    int fds[2];
+    if (pipe2(fds, O_CLOEXEC) != 0) return -1;
+    pid_t pid = fork();
+    if (pid == 0) {
+        close(fds[0]);
+        fcntl(fds[1], F_SETFD, 0);  // the write end survives exec
+        execChild(program, args, fds[1]);
+    }
+    close(fds[1]);
+    bool ready = pid > 0 && waitReady(fds[0], timeoutMs);
+    close(fds[0]);
+    if (pid > 0 && !ready) {
+        stopProcess(pid, 0);
+        return -1;
+    }
+    return pid;
+}
+
+void stopProcess(pid_t pid, int graceMs) {
+    if (pid <= 0) return;
+    kill(pid, SIGTERM);
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(graceMs);
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (waitpid(pid, nullptr, WNOHANG) == pid) return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+}
+
+std::string serviceProgramPath() {
+    char self[PATH_MAX];
+    ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+    if (n <= 0) return "pos-sim-service";
+    std::string path(self, static_cast<size_t>(n));
+    return path.substr(0, path.rfind('/') + 1) + "pos-sim-service";
+}
+
+}  // namespace possim

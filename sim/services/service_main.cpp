@@ -1,0 +1,85 @@
+// pos-sim-service: one process of the simulated terminal.
+//   pos-sim-service servicemanager --ready-fd N
+//   pos-sim-service system|power [--state JSON] --ready-fd N
+// The binder directory comes from the environment (POS_BINDER_DIR). Once the process serves,
+// it writes one byte to descriptor N and closes it; it then serves until killed.
+#include <binder/IPCThreadState.h>
+#include <binder/IServiceManager.h>
+#include <binder/ProcessState.h>
+#include <binder/ServiceManagerHost.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "ServiceHost.h"
+
+using namespace android;
+
+namespace {
+
+void reportReady(int fd) {
+    if (fd < 0) return;
+    char byte = 1;
+    (void)!write(fd, &byte, 1);
+    close(fd);
+}
+
+int serveServiceManager(int readyFd) {
+    if (startServiceManager(nullptr) != NO_ERROR) {
+        fprintf(stderr, "pos-sim-service: the service manager cannot listen\n");
+        return 1;
+    }
+    reportReady(readyFd);
+    for (;;) pause();
+}
+
+int serveService(const std::string &key, const std::string &state, int readyFd) {
+    const possim::SimService *which = nullptr;
+    for (const auto &s : possim::simulatedServices()) {
+        if (key == s.key) which = &s;
+    }
+    if (which == nullptr) {
+        fprintf(stderr, "pos-sim-service: unknown service %s\n", key.c_str());
+        return 2;
+    }
+    sp<IBinder> service;
+    try {
+        service = possim::makeService(key, nlohmann::json::parse(state));
+    } catch (const std::exception &e) {
+        fprintf(stderr, "pos-sim-service: bad state for %s: %s\n", key.c_str(), e.what());
+        return 2;
+    }
+    sp<IServiceManager> sm = defaultServiceManager();
+    if (sm == nullptr || sm->addService(String16(which->registeredName), service) != NO_ERROR) {
+        fprintf(stderr, "pos-sim-service: cannot register %s\n", which->registeredName);
+        return 1;
+    }
+    ProcessState::self()->startThreadPool();
+    reportReady(readyFd);
+    IPCThreadState::self()->joinThreadPool();
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    if (argc < 2) {
+        fprintf(stderr,
+                "usage: pos-sim-service servicemanager|system|power [--state JSON] "
+                "[--ready-fd N]\n");
+        return 2;
+    }
+    std::string key = argv[1];
+    std::string state = "{}";
+    int readyFd = -1;
+    for (int i = 2; i + 1 < argc; i += 2) {
+        if (strcmp(argv[i], "--state") == 0) state = argv[i + 1];
+        if (strcmp(argv[i], "--ready-fd") == 0) readyFd = atoi(argv[i + 1]);
+    }
+    if (key == "servicemanager") return serveServiceManager(readyFd);
+    return serveService(key, state, readyFd);
+}
