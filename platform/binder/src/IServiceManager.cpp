@@ -7,6 +7,9 @@
 #include <binder/IServiceManager.h>
 #include <binder/Parcel.h>
 
+#include <pthread.h>
+#include <unistd.h>
+
 #include <mutex>
 
 #include <binder/ServiceManagerHost.h>
@@ -80,10 +83,15 @@ struct DefaultManager {
     sp<IServiceManager> installed;  // setDefaultServiceManager() wins over the socket
     sp<IServiceManager> overSocket;
     sp<BpBinder> socketBinder;
+    pid_t owner = 0;  // the process that opened socketBinder
 };
 
 DefaultManager &defaults() {
-    static DefaultManager *d = new DefaultManager;  // never destroyed, see the acceptor
+    static DefaultManager *d = [] {
+        pthread_atfork([] { defaults().lock.lock(); }, [] { defaults().lock.unlock(); },
+                       [] { defaults().lock.unlock(); });
+        return new DefaultManager;  // never destroyed, see the acceptor
+    }();
     return *d;
 }
 
@@ -96,14 +104,16 @@ sp<IServiceManager> defaultServiceManager() {
 
     // The directory may change between calls (tests), and the service manager may have
     // restarted: reuse the connection only while both still hold.
+    // A forked child must not share its parent's connection: replies would go astray.
     std::string path = serviceManagerSocketPath();
-    if (d.socketBinder != nullptr && d.socketBinder->socketPath() == path &&
+    if (d.socketBinder != nullptr && d.owner == getpid() && d.socketBinder->socketPath() == path &&
         d.socketBinder->probeAlive()) {
         return d.overSocket;
     }
     d.overSocket.clear();
     d.socketBinder = BpBinder::connect(path);
     if (d.socketBinder == nullptr) return nullptr;
+    d.owner = getpid();
     d.overSocket = interface_cast<IServiceManager>(d.socketBinder);
     return d.overSocket;
 }

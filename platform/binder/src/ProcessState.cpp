@@ -7,6 +7,7 @@
 
 #include <errno.h>
 #include <poll.h>
+#include <pthread.h>
 #include <stdlib.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -14,6 +15,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -84,6 +86,22 @@ class Acceptor {
   private:
     Acceptor() : mWakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), mRunning(false) {
         atexit([] { Acceptor::instance().removeSocketFiles(); });
+        pthread_atfork([] { Acceptor::instance().mLock.lock(); },
+                       [] { Acceptor::instance().mLock.unlock(); },
+                       [] { Acceptor::instance().resetInChild(); });
+    }
+
+    // A forked child has none of the parent's threads; its services are its own to add.
+    void resetInChild() {
+        for (const Listener &l : mListeners) close(l.fd);
+        mListeners.clear();
+        // Holding the parent's connections open would hide the parent's death from clients.
+        for (int fd : mConnections) close(fd);
+        mConnections.clear();
+        close(mWakeFd);
+        mWakeFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        mRunning = false;
+        mLock.unlock();
     }
 
     void snapshot(std::vector<pollfd> *fds, std::vector<Listener> *listeners) {
@@ -93,16 +111,26 @@ class Acceptor {
         for (const Listener &l : mListeners) fds->push_back(pollfd{l.fd, POLLIN, 0});
     }
 
-    static void acceptOn(const Listener &listener) {
+    void acceptOn(const Listener &listener) {
         int fd = accept4(listener.fd, nullptr, nullptr, SOCK_CLOEXEC);
         if (fd < 0) return;  // EAGAIN, or the client gave up meanwhile
-        std::thread(serveConnection, fd, listener.binder).detach();
+        {
+            std::lock_guard<std::mutex> guard(mLock);
+            mConnections.insert(fd);
+        }
+        std::thread([this, fd, binder = listener.binder] {
+            serveConnection(fd, binder);
+            std::lock_guard<std::mutex> guard(mLock);
+            mConnections.erase(fd);
+            close(fd);
+        }).detach();
     }
 
-    static void serveConnection(int fd, sp<BBinder> binder);
+    static void serveConnection(int fd, const sp<BBinder> &binder);
 
     std::mutex mLock;
     std::vector<Listener> mListeners;
+    std::set<int> mConnections;
     int mWakeFd;
     std::atomic<bool> mRunning;
 };
@@ -125,7 +153,7 @@ status_t dispatch(BBinder *binder, const transport::FrameHeader &request, const 
     }
 }
 
-void Acceptor::serveConnection(int fd, sp<BBinder> binder) {
+void Acceptor::serveConnection(int fd, const sp<BBinder> &binder) {
     rememberCaller(fd);
     transport::FrameReader reader;
     transport::FrameHeader request;
@@ -140,7 +168,6 @@ void Acceptor::serveConnection(int fd, sp<BBinder> binder) {
                                       static_cast<uint32_t>(reply.dataSize())};
         if (!transport::sendFrame(fd, answer, reply)) break;
     }
-    close(fd);
 }
 
 std::atomic<unsigned> gServiceCounter{0};

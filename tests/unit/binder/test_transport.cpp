@@ -373,3 +373,36 @@ TEST_F(BinderTransport, InstalledServiceManagerWinsAndCallsDirectly) {
     EXPECT_NE(local.get(), overSocket.get());
     EXPECT_EQ(nullptr, overSocket->getService(String16("echo")));
 }
+
+TEST_F(BinderTransport, ForkedChildGetsConnectionsOfItsOwn) {
+    startServiceManager();
+    sp<IBinder> binder;
+    startEcho("echo", &binder);
+    ASSERT_NE(nullptr, binder);
+    ASSERT_NE(nullptr, defaultServiceManager());  // the parent now holds a connection
+
+    // The child looks the service up many times while the parent looks up a name that does
+    // not exist; had the child reused the parent's service-manager connection, replies would
+    // cross between the two processes and each would see the other's answers.
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        int bad = 0;
+        for (int i = 0; i < 200; ++i) {
+            sp<IBinder> own = defaultServiceManager()->getService(String16("echo"));
+            int32_t n = 0;
+            String16 s;
+            if (own == nullptr || echoCall(own, i, String16("child"), &n, &s) != OK || n != i + 1)
+                ++bad;
+        }
+        _exit(bad == 0 ? 0 : 1);
+    }
+    int bad = 0;
+    for (int i = 0; i < 200; ++i) {
+        if (defaultServiceManager()->getService(String16("nobody")) != nullptr) ++bad;
+    }
+    int status = -1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(0, bad);
+}
