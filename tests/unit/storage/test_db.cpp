@@ -282,6 +282,43 @@ TEST_F(DbTest, KeysOfAnyTextStayData) {
     EXPECT_EQ(DB_nGetLastError(table_), DB_ERR_PARAM);
 }
 
+// Names of the objects sqlite_master lists for TABLE, apart from the table itself.
+std::vector<std::string> companionsOf(const char *table) {
+    std::vector<std::string> names;
+    std::string sql =
+        std::string("SELECT name FROM sqlite_master WHERE tbl_name = '") + table +
+        "' AND name <> '" + table + "';";
+    EXPECT_EQ(SQL_Select(sql.c_str()), 0);
+    for (SQL_GotoRow(0); !SQL_Eof(); SQL_QueryNext()) {
+        char name[1024];
+        SQL_IPI_GetQueryStringByIndex(0, name, sizeof name);
+        names.push_back(name);
+    }
+    return names;
+}
+
+TEST_F(DbTest, KeyIndexStaysOutOfSight) {
+    // The key index exists, but no documented operation can name it.
+    std::vector<std::string> companions = companionsOf("journal");
+    ASSERT_EQ(companions.size(), 1u);
+    const std::string &index = companions[0];
+    EXPECT_EQ(DB_bIsExsit(index.c_str()), -1);
+    EXPECT_EQ(DB_hOpen(index.c_str(), 16), nullptr);
+    EXPECT_EQ(DB_bRemove(index.c_str()), -1);
+    EXPECT_EQ(companionsOf("journal").size(), 1u);
+
+    // Reopening does not add another; dropping the table takes it along.
+    void *again = DB_hOpen("journal", 64);
+    ASSERT_NE(again, nullptr);
+    DB_vClose(again);
+    EXPECT_EQ(companionsOf("journal").size(), 1u);
+    clearLog();
+    EXPECT_EQ(DB_bRemove("journal"), 0);
+    EXPECT_TRUE(companionsOf("journal").empty());
+    EXPECT_EQ(DB_bIsExsit("journal"), -1);
+    EXPECT_TRUE(logged(kPrioDebug, "DB_bRemove Table Success!!!"));
+}
+
 int matchFirstByte(const void *key, int, const void *record, int) {
     return *static_cast<const unsigned char *>(key) == *static_cast<const unsigned char *>(record)
                ? 0
