@@ -7,5 +7,6 @@
 #include "db.h"
 #include "smartlist.h"
 #include "util.h"
+#include "crypto.h"
 
 #endif
