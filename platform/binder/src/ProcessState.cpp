@@ -16,6 +16,7 @@
 #include <atomic>
 #include <mutex>
 #include <set>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -118,12 +119,20 @@ class Acceptor {
             std::lock_guard<std::mutex> guard(mLock);
             mConnections.insert(fd);
         }
-        std::thread([this, fd, binder = listener.binder] {
-            serveConnection(fd, binder);
-            std::lock_guard<std::mutex> guard(mLock);
-            mConnections.erase(fd);
-            close(fd);
-        }).detach();
+        try {
+            std::thread([this, fd, binder = listener.binder] {
+                serveConnection(fd, binder);
+                forget(fd);
+            }).detach();
+        } catch (const std::system_error &) {
+            forget(fd);  // out of threads: this client sees a hang-up, the rest go on
+        }
+    }
+
+    void forget(int fd) {
+        std::lock_guard<std::mutex> guard(mLock);
+        mConnections.erase(fd);
+        close(fd);
     }
 
     static void serveConnection(int fd, const sp<BBinder> &binder);

@@ -38,7 +38,7 @@ template <typename T>
 class sp {
   public:
     sp() noexcept : m_ptr(nullptr) {}
-    sp(std::nullptr_t) noexcept : m_ptr(nullptr) {}
+    // nullptr, 0 and NULL all arrive through the T* overloads, so none of them is ambiguous.
     sp(T *other) : m_ptr(other) { acquire(); }
     sp(const sp<T> &other) : m_ptr(other.m_ptr) { acquire(); }
     sp(sp<T> &&other) noexcept : m_ptr(other.m_ptr) { other.m_ptr = nullptr; }
@@ -76,10 +76,6 @@ class sp {
         m_ptr = other;
         acquire();
         if (old) old->decStrong(this);
-        return *this;
-    }
-    sp &operator=(std::nullptr_t) {
-        clear();
         return *this;
     }
     template <typename U>
