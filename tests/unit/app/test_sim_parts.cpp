@@ -1,0 +1,153 @@
+// The simulator's command interpreter and scenario reader, on a scratch directory that
+// stands in for the sandbox's private mounts.
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+#include "scenario/scenario.h"
+#include "servers/command_interpreter.h"
+#include "servers/package_server.h"
+
+namespace fs = std::filesystem;
+using namespace possim;
+
+namespace {
+
+std::string readFile(const fs::path &p) {
+    std::ifstream in(p);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+class InterpreterTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char tmpl[] = "/tmp/possim-unit-XXXXXX";
+        ASSERT_NE(mkdtemp(tmpl), nullptr);
+        base_ = tmpl;
+        root_ = base_ / "root";
+        outside_ = base_ / "outside";
+        fs::create_directories(root_ / "dir");
+        fs::create_directories(outside_);
+        std::ofstream(root_ / "dir" / "a.txt") << "alpha";
+        std::ofstream(outside_ / "secret") << "keep";
+    }
+    void TearDown() override { fs::remove_all(base_); }
+
+    CommandResult run(const std::string &line) {
+        CommandInterpreter interpreter({root_.string()});
+        PowerAction power;
+        CommandResult r = interpreter.run(line, power);
+        lastPower_ = power;
+        return r;
+    }
+
+    fs::path base_, root_, outside_;
+    PowerAction lastPower_ = PowerAction::kNone;
+};
+
+}  // namespace
+
+TEST_F(InterpreterTest, RunsTheShapesTheLibrarySends) {
+    std::string r = root_.string();
+    EXPECT_TRUE(run("cp " + r + "/dir/a.txt " + r + "/b.txt").ok);
+    EXPECT_EQ(readFile(root_ / "b.txt"), "alpha");
+    EXPECT_TRUE(run("cp -rf " + r + "/dir " + r + "/copy").ok);
+    EXPECT_EQ(readFile(root_ / "copy" / "a.txt"), "alpha");
+    EXPECT_TRUE(run("mv " + r + "/b.txt " + r + "/c.txt").ok);
+    EXPECT_FALSE(fs::exists(root_ / "b.txt"));
+    EXPECT_TRUE(run("chmod -R 700 " + r + "/copy").ok);
+    EXPECT_EQ(fs::status(root_ / "copy" / "a.txt").permissions() & fs::perms::all,
+              fs::perms::owner_all);
+    EXPECT_TRUE(run("echo 1 > " + r + "/value").ok);
+    EXPECT_EQ(readFile(root_ / "value"), "1\n");
+    EXPECT_TRUE(run("rm -rf " + r + "/copy " + r + "/c.txt").ok);
+    EXPECT_FALSE(fs::exists(root_ / "copy"));
+    EXPECT_TRUE(run("rm -rf " + r + "/never-there").ok);
+    EXPECT_FALSE(run("rm " + r + "/never-there").ok);
+
+    EXPECT_TRUE(run("reboot").ok);
+    EXPECT_EQ(lastPower_, PowerAction::kReboot);
+    EXPECT_TRUE(run("poweroff").ok);
+    EXPECT_EQ(lastPower_, PowerAction::kPowerOff);
+}
+
+TEST_F(InterpreterTest, RefusesEverythingOutsideThePrivateMounts) {
+    std::string r = root_.string();
+    std::string o = outside_.string();
+    fs::create_symlink(outside_, root_ / "link");
+
+    for (const std::string &line : std::vector<std::string>{
+             "rm -rf " + o,
+             "rm -rf " + r + "/../outside",
+             "rm -rf " + r + "/link/secret",
+             "cp " + r + "/dir/a.txt " + o + "/x",
+             "mv " + o + "/secret " + r + "/stolen",
+             "echo 0 > " + r + "/link/secret",
+             "chmod 777 " + r + "/link",
+             "rm -rf relative/path",
+             "echo 1 > " + r + "/v; rm -rf " + o,
+             "cat " + r + "/dir/a.txt",
+             "rm -rf $HOME",
+             "reboot now",
+         }) {
+        CommandResult res = run(line);
+        EXPECT_FALSE(res.ok) << line;
+        EXPECT_EQ(res.text.rfind("error: ", 0), 0u) << line;
+    }
+    EXPECT_EQ(readFile(outside_ / "secret"), "keep");
+    EXPECT_FALSE(fs::exists(root_ / "v"));
+    EXPECT_FALSE(fs::exists(root_ / "stolen"));
+}
+
+TEST(ScenarioTest, DefaultsFillWhatAFileLeavesOut) {
+    Scenario s;
+    std::string error;
+    ASSERT_TRUE(parseScenario(R"({
+        "properties": {"kivo.system.version": "V9.9.9-1"},
+        "custom": {"KV_RADIO_MODULE_VERSION": "X1", "shop": "north"},
+        "apps": [{"id": "pay", "name": "Payment", "version": "2.3.4-5", "exec": "/bin/true"}],
+        "radio": {"signal": 7},
+        "servers": {"upgrade_file": -1005},
+        "power": {"battery": 50}
+    })", s, error)) << error;
+    EXPECT_EQ(s.properties["kivo.system.version"], "V9.9.9-1");
+    EXPECT_EQ(s.properties["KIVO.SYS.BOOT.MODE"], "0");  // default kept
+    ASSERT_EQ(s.custom.size(), 2u);
+    EXPECT_EQ(s.custom[0].second, "X1");  // replaced in place, not added
+    ASSERT_EQ(s.apps.size(), 1u);
+    EXPECT_EQ(s.apps[0].version.build, 5);
+    EXPECT_EQ(s.radio.signal, 7);
+    EXPECT_EQ(s.radio.simState, 1);
+    EXPECT_EQ(s.replies.upgradeFile, -1005);
+    EXPECT_EQ(s.raw["power"]["battery"], 50);  // other sections stay for their services
+
+    EXPECT_FALSE(parseScenario("[1,2]", s, error));
+    EXPECT_FALSE(parseScenario("{\"apps\":[{\"name\":\"no id\"}]}", s, error));
+    EXPECT_FALSE(parseScenario("{\"apps\":[{\"id\":\"a\",\"version\":\"x\"}]}", s, error));
+    EXPECT_FALSE(parseScenario("{not json", s, error));
+}
+
+TEST(ManifestTest, RefusesIdsAndProgramsThatLeaveThePackage) {
+    char tmpl[] = "/tmp/possim-manifest-XXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    fs::path file = fs::path(tmpl) / "manifest.json";
+    ScenarioApp app;
+    std::string error;
+    auto check = [&](const std::string &json) {
+        std::ofstream(file, std::ios::trunc) << json;
+        return readManifest(file.string(), app, error);
+    };
+    EXPECT_TRUE(check(R"({"id":"demo","name":"Demo","version":"1.2.3-4","exec":"bin/demo"})"));
+    EXPECT_EQ(app.name, "Demo");
+    EXPECT_FALSE(check(R"({"id":"../x","name":"X","exec":"bin/x"})"));
+    EXPECT_FALSE(check(R"({"id":"x","name":"X","exec":"/bin/sh"})"));
+    EXPECT_FALSE(check(R"({"id":"x","name":"X","exec":"bin/../../sh"})"));
+    EXPECT_FALSE(check("not json"));
+    fs::remove_all(tmpl);
+}
