@@ -216,7 +216,9 @@ void compare(benchmark::State &state, const std::function<void(int)> &ours,
     state.counters["ratio"] = oursMedian / rawMedian;
 }
 
-int scattered(int i) { return (i * 7919) % kRecords; }
+int scattered(int i) {
+    return (i * 7919) % kRecords;
+}
 
 void check(bool ok) {
     if (!ok) {
@@ -230,8 +232,7 @@ void BM_AppendRecByKey(benchmark::State &state) {
         state,
         [](int i) {
             std::string key = "o" + std::to_string(i);
-            check(DB_nAppendRecByKey(g.appends, key.c_str(), g.record, kRecordSize) ==
-                  kRecordSize);
+            check(DB_nAppendRecByKey(g.appends, key.c_str(), g.record, kRecordSize) == kRecordSize);
         },
         [](int i) {
             char sql[128];
@@ -272,7 +273,8 @@ void BM_ReadRec(benchmark::State &state) {
     const int position = static_cast<int>(state.range(0));
     unsigned char buf[kRecordSize];
     compare(
-        state, [&](int) { check(DB_nReadRec(g.indexed, position, kRecordSize, buf) == kRecordSize); },
+        state,
+        [&](int) { check(DB_nReadRec(g.indexed, position, kRecordSize, buf) == kRecordSize); },
         [&](int) {
             char sql[128];
             snprintf(sql, sizeof sql, "SELECT DATA FROM %s ORDER BY ID limit %d, 1;", "indexed",
@@ -297,7 +299,9 @@ void BM_SearchRec(benchmark::State &state) {
             check(DB_nSearchRec(g.indexed, &helper, kRecordSize, buf, &index) == kRecordSize &&
                   index == target);
         },
-        [&](int) { check(rawSearch("indexed", key.c_str(), 6, matchKey, kRecordSize, buf) == target); });
+        [&](int) {
+            check(rawSearch("indexed", key.c_str(), 6, matchKey, kRecordSize, buf) == target);
+        });
 }
 
 BENCHMARK(BM_AppendRecByKey)->UseManualTime()->Iterations(300)->Unit(benchmark::kMicrosecond);
@@ -319,8 +323,11 @@ BENCHMARK(BM_ReadRec)
     ->UseManualTime()
     ->Iterations(1000)
     ->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_SearchRec)->Arg(kRecords - 1)->UseManualTime()->Iterations(200)->Unit(
-    benchmark::kMicrosecond);
+BENCHMARK(BM_SearchRec)
+    ->Arg(kRecords - 1)
+    ->UseManualTime()
+    ->Iterations(200)
+    ->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 

@@ -52,7 +52,9 @@ constexpr std::initializer_list<const char *> kRecordColumns = {"ID",    "DATA",
 constexpr std::initializer_list<const char *> kMasterColumns = {
     "type", "name", "tbl_name", "rootpage", "sql", "ROWID", "OID", "_ROWID_"};
 
-DbHandle *asHandle(void *h) { return static_cast<DbHandle *>(h); }
+DbHandle *asHandle(void *h) {
+    return static_cast<DbHandle *>(h);
+}
 
 bool initialised() {
     if (g_initialised) return true;
@@ -69,7 +71,7 @@ int refuse(DbHandle *h, const char *message) {
 
 // Holds the SQL semaphore for one operation.
 class SqlLock {
-public:
+  public:
     SqlLock() { SQL_Semaphore_Wait(); }
     ~SqlLock() { SQL_Semaphore_Release(); }
     SqlLock(const SqlLock &) = delete;
@@ -114,7 +116,7 @@ bool isPlainTableName(const char *name) {
 // cannot close the literal; text that spells a column in scope is written between single
 // quotes instead, or SQLite would compare against that column rather than the text.
 class TextLiteral {
-public:
+  public:
     TextLiteral(const char *text, std::initializer_list<const char *> columns) {
         char quote = namesColumn(text, columns) ? '\'' : '"';
         size_t out = 0;
@@ -131,7 +133,7 @@ public:
     bool fits() const { return fits_; }
     const char *c_str() const { return text_; }
 
-private:
+  private:
     static bool namesColumn(const char *text, std::initializer_list<const char *> columns) {
         for (const char *column : columns) {
             if (strcasecmp(text, column) == 0) return true;
@@ -215,7 +217,9 @@ int readOne(DbHandle *h, int len, void *buf) {
 }
 
 // Refuses a key too long for any statement.
-int refuseLongKey(DbHandle *h) { return refuse(h, kTooLongMessage); }
+int refuseLongKey(DbHandle *h) {
+    return refuse(h, kTooLongMessage);
+}
 
 }  // namespace
 
@@ -477,9 +481,8 @@ POS_API int DB_nReplaceRec(void *handle, int index, void *data, int len) {
         return refuse(h, "DB_bDeleteRec nIndex invalid!!");
     }
     SqlLock lock;
-    formatCommand(
-        "UPDATE %s SET DATA = ? WHERE ID = (select ID from %s ORDER BY ID Limit %d,1);",
-        h->szTableName, h->szTableName, index);
+    formatCommand("UPDATE %s SET DATA = ? WHERE ID = (select ID from %s ORDER BY ID Limit %d,1);",
+                  h->szTableName, h->szTableName, index);
     return writeBlob(h, data, len, "DB_nReplaceRec Faild!!!");
 }
 
@@ -547,15 +550,14 @@ POS_API int DB_nReplaceRecByKey(void *handle, const char *key, int len, void *da
     TextLiteral literal(key, kRecordColumns);
     if (!literal.fits()) return refuseLongKey(h);
     SqlLock lock;
-    if (!formatCommand("UPDATE %s SET DATA = ? WHERE KEYNAME = %s;",
-                                          h->szTableName, literal.c_str())) {
+    if (!formatCommand("UPDATE %s SET DATA = ? WHERE KEYNAME = %s;", h->szTableName,
+                       literal.c_str())) {
         return refuse(h, nullptr);
     }
     return writeBlob(h, data, len, "DB_nReplaceRec Faild!!!");
 }
 
-POS_API int DB_nSearchRec(void *handle, _SearchingHelper *helper, int len, char *buf,
-                          int *index) {
+POS_API int DB_nSearchRec(void *handle, _SearchingHelper *helper, int len, char *buf, int *index) {
     if (!initialised()) return -1;
     DbHandle *h = asHandle(handle);
     if (h == nullptr || helper == nullptr || buf == nullptr || index == nullptr || len < 1 ||

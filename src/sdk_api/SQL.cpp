@@ -84,9 +84,13 @@ void copyCell(const char *cell, char *dst, unsigned size) {
 
 namespace pos::storage {
 
-sqlite3 *connection() { return g_sql.db; }
+sqlite3 *connection() {
+    return g_sql.db;
+}
 
-int lastResultCode() { return g_sql.lastResultCode; }
+int lastResultCode() {
+    return g_sql.lastResultCode;
+}
 
 }  // namespace pos::storage
 
@@ -140,11 +144,17 @@ POS_API int SQL_Exec(const char *sql) {
     return g_sql.lastResultCode != SQLITE_OK ? -1 : 0;
 }
 
-POS_API int SQL_BeginTransaction(void) { return SQL_Exec("begin transaction"); }
+POS_API int SQL_BeginTransaction(void) {
+    return SQL_Exec("begin transaction");
+}
 
-POS_API int SQL_CommitTransaction(void) { return SQL_Exec("commit transaction"); }
+POS_API int SQL_CommitTransaction(void) {
+    return SQL_Exec("commit transaction");
+}
 
-POS_API int SQL_RollbackTransaction(void) { return SQL_Exec("rollback transaction"); }
+POS_API int SQL_RollbackTransaction(void) {
+    return SQL_Exec("rollback transaction");
+}
 
 POS_API int SQL_Select(const char *sql) {
     g_sql.currentRow = 1;
@@ -167,7 +177,9 @@ POS_API int SQL_FreeSelectRecord(void) {
     return 0;
 }
 
-POS_API int SQL_GetTotalNum(void) { return g_sql.select.nRowCount; }
+POS_API int SQL_GetTotalNum(void) {
+    return g_sql.select.nRowCount;
+}
 
 POS_API int SQL_QueryNext(void) {
     // Saturate instead of overflowing; a cursor that far along is past the end either way.
@@ -180,7 +192,9 @@ POS_API int SQL_GotoRow(int row) {
     return 0;
 }
 
-POS_API int SQL_Eof(void) { return g_sql.currentRow > g_sql.select.nRowCount ? 1 : 0; }
+POS_API int SQL_Eof(void) {
+    return g_sql.currentRow > g_sql.select.nRowCount ? 1 : 0;
+}
 
 POS_API int SQL_IPI_GetQueryStringByIndex(int col, char *dst, unsigned size) {
     if (dst == nullptr) return -1;
@@ -291,9 +305,13 @@ POS_API int SQL_Finalize(void) {
     return 0;
 }
 
-POS_API int SQL_Semaphore_Create(void) { return sem_init(&g_sql.semaphore, 0, 1); }
+POS_API int SQL_Semaphore_Create(void) {
+    return sem_init(&g_sql.semaphore, 0, 1);
+}
 
-POS_API int SQL_Semaphore_Destroy(void) { return sem_destroy(&g_sql.semaphore); }
+POS_API int SQL_Semaphore_Destroy(void) {
+    return sem_destroy(&g_sql.semaphore);
+}
 
 POS_API int SQL_Semaphore_Wait(void) {
     // A signal must not let the caller through without the lock.
@@ -303,8 +321,12 @@ POS_API int SQL_Semaphore_Wait(void) {
     return rc;
 }
 
-POS_API int SQL_Semaphore_Release(void) { return sem_post(&g_sql.semaphore); }
+POS_API int SQL_Semaphore_Release(void) {
+    return sem_post(&g_sql.semaphore);
+}
 
-POS_API char *SQL_GetCommandBuf(void) { return g_sql.commandBuf; }
+POS_API char *SQL_GetCommandBuf(void) {
+    return g_sql.commandBuf;
+}
 
 }  // extern "C"

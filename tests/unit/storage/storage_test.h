@@ -42,7 +42,7 @@ inline bool logged(int priority, const std::string &text) {
 }
 
 class TempDir {
-public:
+  public:
     TempDir() {
         char pattern[] = "/tmp/pos_storage_XXXXXX";
         path_ = mkdtemp(pattern) != nullptr ? pattern : "";
@@ -54,7 +54,7 @@ public:
     const std::string &path() const { return path_; }
     std::string file(const std::string &name) const { return path_ + "/" + name; }
 
-private:
+  private:
     std::string path_;
 };
 

@@ -21,7 +21,7 @@ Bytes pattern(size_t size, size_t seed) {
 }
 
 class DbTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_EQ(DB_bInitBySysService(dir_.path().c_str(), "app"), 0);
         h_ = DB_hOpen("journal", 64);
@@ -109,8 +109,9 @@ TEST_F(DbTest, TableNamesSizesAndTheHiddenKeyIndex) {
     EXPECT_EQ(DB_bIsExsit(name64.c_str()), 0);
 
     // The key index exists beside the table, but no documented operation can reach it.
-    auto companions = column("SELECT name FROM sqlite_master WHERE tbl_name = 'journal' "
-                             "AND name <> 'journal';");
+    auto companions = column(
+        "SELECT name FROM sqlite_master WHERE tbl_name = 'journal' "
+        "AND name <> 'journal';");
     ASSERT_EQ(companions.size(), 1u);
     EXPECT_EQ(DB_bIsExsit(companions[0].c_str()), -1);
     EXPECT_EQ(DB_bRemove(companions[0].c_str()), -1);
@@ -176,9 +177,18 @@ TEST_F(DbTest, ClearRestartsNumberingAndUninitRefuses) {
 }
 
 TEST_F(DbTest, KeysOfAnyTextStayData) {
-    const std::vector<std::string> keys = {
-        "plain", "quote\"in", "\"", "\"\"", "'", "%s%n%d", "x\"; DROP TABLE journal; --",
-        "KEYNAME", "id", "rowid", "", std::string(400, 'L')};
+    const std::vector<std::string> keys = {"plain",
+                                           "quote\"in",
+                                           "\"",
+                                           "\"\"",
+                                           "'",
+                                           "%s%n%d",
+                                           "x\"; DROP TABLE journal; --",
+                                           "KEYNAME",
+                                           "id",
+                                           "rowid",
+                                           "",
+                                           std::string(400, 'L')};
     for (size_t i = 0; i < keys.size(); ++i) ASSERT_EQ(append(keys[i], pattern(12, i)), 12);
     for (size_t i = 0; i < keys.size(); ++i) EXPECT_EQ(byKey(keys[i], 12), pattern(12, i)) << i;
 

@@ -21,7 +21,9 @@ void fillRecord(uint32_t id, unsigned char *out) {
     memcpy(out, &id, sizeof id);
 }
 
-std::string keyOf(uint32_t id) { return "txn-" + std::to_string(id); }
+std::string keyOf(uint32_t id) {
+    return "txn-" + std::to_string(id);
+}
 
 // Appends keyed records until killed, reporting each success through FD.
 [[noreturn]] void runWriter(const std::string &dir, uint32_t id, int fd) {

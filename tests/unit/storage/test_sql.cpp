@@ -10,7 +10,7 @@
 namespace {
 
 class SqlTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_EQ(SQL_OpenDB(dir_.file("sql.db").c_str()), 0);
         ASSERT_EQ(SQL_Exec("CREATE TABLE t(ID INTEGER PRIMARY KEY, NAME TEXT, DATA blob);"), 0);
@@ -122,8 +122,10 @@ TEST_F(SqlTest, FailuresAreReportedAndLogged) {
     const std::string path = dir_.file("missing/db");
     g_logged.clear();
     EXPECT_EQ(SQL_OpenDB(path.c_str()), -1);
-    EXPECT_EQ(countLogged(kPrioError, "Can't open database: unable to open database file   "
-                                      "DBName = " + path + "\n"),
+    EXPECT_EQ(countLogged(kPrioError,
+                          "Can't open database: unable to open database file   "
+                          "DBName = " +
+                              path + "\n"),
               5);
 }
 
