@@ -88,10 +88,6 @@ sqlite3 *connection() {
     return g_sql.db;
 }
 
-int lastResultCode() {
-    return g_sql.lastResultCode;
-}
-
 }  // namespace pos::storage
 
 extern "C" {

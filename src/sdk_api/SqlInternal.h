@@ -10,9 +10,6 @@ namespace pos::storage {
 // stay silent (no log line), such as creating the key index beside a table.
 sqlite3 *connection();
 
-// SQLite result code of the last open, exec, get-table or step.
-int lastResultCode();
-
 }  // namespace pos::storage
 
 #endif
