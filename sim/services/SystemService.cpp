@@ -184,6 +184,71 @@ int SystemService::setDebugMode(const Parcel &data) {
     return 0;
 }
 
+void SystemService::writeTextReply(uint32_t code, const Parcel &data, Parcel *reply) const {
+    switch (code) {
+        case GET_MCU_RTC_TIME:
+            (void)data.readInt32();  // format selector: one text form is served for all
+            reply->writeString16(String16(rtcText().c_str()));
+            break;
+        case GET_DEV_INFO:
+            reply->writeString16(String16(devInfo(data.readInt32()).c_str()));
+            break;
+        case GET_DEBUG_MODE_RANDOM:
+            reply->writeString16(String16(mState.debugRandom.c_str()));
+            reply->writeInt32(mState.debugMode);
+            break;
+    }
+}
+
+int SystemService::runCommand(uint32_t code, const Parcel &data, std::vector<int32_t> *outputs) {
+    switch (code) {
+        case SET_MCU_RTC_TIME:
+            return setRtc(data);
+        case SET_MCU_SLEEP:
+            mState.mcuSleeping = true;
+            return 0;
+        case SET_MCU_WAKE_UP:
+            mState.mcuSleeping = false;
+            return 0;
+        case CTRL_BEEPER: {
+            int frequency = data.readInt32();
+            int duration = data.readInt32();
+            if (frequency < 0 || duration < 0) return kFailed;
+            mState.beeperFrequency = frequency;
+            mState.beeperDuration = duration;
+            return 0;
+        }
+        case CTRL_KEYTONE:
+            mState.keytone = data.readInt32();
+            return 0;
+        case SET_DEV_INFO:
+            return setDevInfo(data);
+        case SET_DEBUG_MODE:
+            return setDebugMode(data);
+        case GET_WAKE_SOURCE:
+            outputs->push_back(mState.wakeSource);
+            return 0;
+        case CTRL_LED:
+            for (int &led : mState.leds) led = data.readInt32();
+            return 0;
+        case MCU_RFID_TEST:
+            return mState.rfidTestResult;
+        case SYNC_BAT_STATE:
+            mState.batteryState = data.readInt32();
+            return 0;
+        case SET_LP_LED_FREQ: {
+            int frequency = data.readInt32();
+            if (frequency < 0) return kFailed;
+            mState.lpLedFrequency = frequency;
+            return 0;
+        }
+        case GET_LP_LED_FREQ:
+            outputs->push_back(mState.lpLedFrequency);
+            return 0;
+    }
+    return kFailed;
+}
+
 status_t SystemService::onTransact(uint32_t code, const Parcel &data, Parcel *reply,
                                    uint32_t flags) {
     if (code < GET_MCU_RTC_TIME || code > GET_LP_LED_FREQ) {
@@ -192,75 +257,13 @@ status_t SystemService::onTransact(uint32_t code, const Parcel &data, Parcel *re
     if (!data.enforceInterface(kDescriptor)) return android::BAD_TYPE;
     std::lock_guard<std::mutex> lock(mLock);
     reply->writeNoException();
-    switch (code) {
-        case GET_MCU_RTC_TIME:
-            (void)data.readInt32();  // format selector: one text form is served for all
-            reply->writeString16(String16(rtcText().c_str()));
-            return android::NO_ERROR;
-        case SET_MCU_RTC_TIME:
-            reply->writeInt32(setRtc(data));
-            return android::NO_ERROR;
-        case SET_MCU_SLEEP:
-            mState.mcuSleeping = true;
-            break;
-        case SET_MCU_WAKE_UP:
-            mState.mcuSleeping = false;
-            break;
-        case CTRL_BEEPER: {
-            int frequency = data.readInt32();
-            int duration = data.readInt32();
-            if (frequency < 0 || duration < 0) {
-                reply->writeInt32(kFailed);
-                return android::NO_ERROR;
-            }
-            mState.beeperFrequency = frequency;
-            mState.beeperDuration = duration;
-            break;
-        }
-        case CTRL_KEYTONE:
-            mState.keytone = data.readInt32();
-            break;
-        case GET_DEV_INFO:
-            reply->writeString16(String16(devInfo(data.readInt32()).c_str()));
-            return android::NO_ERROR;
-        case SET_DEV_INFO:
-            reply->writeInt32(setDevInfo(data));
-            return android::NO_ERROR;
-        case GET_DEBUG_MODE_RANDOM:
-            reply->writeString16(String16(mState.debugRandom.c_str()));
-            reply->writeInt32(mState.debugMode);
-            return android::NO_ERROR;
-        case SET_DEBUG_MODE:
-            reply->writeInt32(setDebugMode(data));
-            return android::NO_ERROR;
-        case GET_WAKE_SOURCE:
-            reply->writeInt32(0);
-            reply->writeInt32(mState.wakeSource);
-            return android::NO_ERROR;
-        case CTRL_LED:
-            for (int &led : mState.leds) led = data.readInt32();
-            break;
-        case MCU_RFID_TEST:
-            reply->writeInt32(mState.rfidTestResult);
-            return android::NO_ERROR;
-        case SYNC_BAT_STATE:
-            mState.batteryState = data.readInt32();
-            break;
-        case SET_LP_LED_FREQ: {
-            int frequency = data.readInt32();
-            if (frequency < 0) {
-                reply->writeInt32(kFailed);
-                return android::NO_ERROR;
-            }
-            mState.lpLedFrequency = frequency;
-            break;
-        }
-        case GET_LP_LED_FREQ:
-            reply->writeInt32(0);
-            reply->writeInt32(mState.lpLedFrequency);
-            return android::NO_ERROR;
+    if (code == GET_MCU_RTC_TIME || code == GET_DEV_INFO || code == GET_DEBUG_MODE_RANDOM) {
+        writeTextReply(code, data, reply);  // text replies carry no status
+        return android::NO_ERROR;
     }
-    reply->writeInt32(0);  // the operations that break out of the switch succeeded
+    std::vector<int32_t> outputs;
+    reply->writeInt32(runCommand(code, data, &outputs));
+    for (int32_t value : outputs) reply->writeInt32(value);
     return android::NO_ERROR;
 }
 

@@ -11,6 +11,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace possim {
 
@@ -50,8 +51,10 @@ class SystemService : public android::BBinder {
                                  uint32_t flags) override;
 
   private:
-    // Each handler reads its request fields and writes its reply fields after the exception
-    // code; the ones that return a status return it for the caller to write.
+    void writeTextReply(uint32_t code, const android::Parcel &data, android::Parcel *reply) const;
+    // Runs a command or integer query; returns its status and appends the values that
+    // follow the status in the reply.
+    int runCommand(uint32_t code, const android::Parcel &data, std::vector<int32_t> *outputs);
     std::string rtcText() const;
     int setRtc(const android::Parcel &data);
     int setDevInfo(const android::Parcel &data);
