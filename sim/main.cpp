@@ -1,13 +1,15 @@
 // pos-sim: the simulated terminal.
 //   pos-sim run [--scenario FILE] [--out DIR] -- COMMAND [ARGS...]
 //   pos-sim shell [--scenario FILE] [--out DIR]
-// Starts the terminal's processes, runs the command against them and tears everything down,
+// Builds a sandbox in which every fixed path of the terminal exists privately, starts the
+// terminal's processes in it, runs the command against them and tears everything down,
 // returning the command's exit status.
 //
-// Start-up goes in stages, each undone in reverse order on the way out:
-//   options -> scenario -> binder directory -> service manager -> services -> command.
+// Inside the sandbox start-up goes in stages, each undone in reverse order on the way out:
+//   shared memory, system state and local servers -> service manager -> services -> command.
+#include <pthread.h>
 #include <signal.h>
-#include <sys/wait.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,12 +18,15 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 #include "ServiceHost.h"
+#include "sandbox/sandbox.h"
+#include "scenario/scenario.h"
+#include "servers/local_servers.h"
+#include "servers/system_state.h"
 
 namespace {
 
@@ -56,103 +61,90 @@ bool parseOptions(int argc, char **argv, Options *opts) {
     for (++i; i < argc; ++i) opts->command.push_back(argv[i]);
     if (verb == "shell") {
         const char *shell = getenv("SHELL");
-        opts->command = {shell != nullptr ? shell : "/bin/sh"};
+        opts->command = {shell != nullptr && shell[0] != '\0' ? shell : "/bin/sh"};
     }
     return !opts->command.empty();
 }
 
-// The scenario's initial state; an absent file means every default.
-bool loadScenario(const std::string &path, nlohmann::json *scenario) {
-    *scenario = nlohmann::json::object();
-    if (path.empty()) return true;
-    std::ifstream in(path);
-    if (!in) {
-        fprintf(stderr, "pos-sim: cannot read scenario %s\n", path.c_str());
+// The output directory as an absolute path (it is mounted at the same path inside).
+bool prepareOutDir(std::string *dir) {
+    if (dir->empty()) return true;
+    std::error_code error;
+    std::filesystem::create_directories(*dir, error);
+    std::filesystem::path real = std::filesystem::canonical(*dir, error);
+    if (error) {
+        fprintf(stderr, "pos-sim: cannot use %s: %s\n", dir->c_str(), error.message().c_str());
         return false;
     }
-    try {
-        in >> *scenario;
-    } catch (const std::exception &e) {
-        fprintf(stderr, "pos-sim: bad scenario %s: %s\n", path.c_str(), e.what());
-        return false;
-    }
+    *dir = real.string();
     return true;
 }
 
-// Everything pos-sim started, so that tear-down can undo it.
-struct Terminal {
-    std::string binderDir;
-    std::vector<pid_t> processes;  // in start order
+// The binder processes pos-sim started, so that tear-down can undo them.
+struct BinderProcesses {
+    std::vector<pid_t> pids;  // in start order
 
-    ~Terminal() {
-        for (auto it = processes.rbegin(); it != processes.rend(); ++it) possim::stopProcess(*it);
-        if (!binderDir.empty()) {
-            std::error_code ignored;
-            std::filesystem::remove_all(binderDir, ignored);
-        }
+    ~BinderProcesses() {
+        for (auto it = pids.rbegin(); it != pids.rend(); ++it) possim::stopProcess(*it);
     }
 };
 
-// Each run gets its own binder directory, so several terminals can run side by side.
-bool makeBinderDirectory(Terminal *t) {
-    char pattern[] = "/tmp/pos-sim.XXXXXX";
-    if (mkdtemp(pattern) == nullptr) {
-        perror("pos-sim: binder directory");
-        return false;
-    }
-    t->binderDir = pattern;
-    setenv("POS_BINDER_DIR", pattern, 1);
-    return true;
-}
-
-bool startProcess(Terminal *t, const std::vector<std::string> &args) {
+bool startProcess(BinderProcesses *t, const std::vector<std::string> &args) {
     pid_t pid = possim::spawnAndWaitReady(possim::serviceProgramPath(), args, kStartTimeoutMs);
     if (pid < 0) {
         fprintf(stderr, "pos-sim: %s did not start\n", args[0].c_str());
         return false;
     }
-    t->processes.push_back(pid);
+    t->pids.push_back(pid);
     return true;
 }
 
-bool startServices(Terminal *t, const nlohmann::json &scenario) {
+bool startBinderServices(BinderProcesses *t, const nlohmann::json &scenario) {
+    // The sandbox blocks SIGTERM for us; the service processes must keep it, or stopping
+    // them would wait out the grace period.
+    sigset_t term;
+    sigemptyset(&term);
+    sigaddset(&term, SIGTERM);
+    pthread_sigmask(SIG_UNBLOCK, &term, nullptr);
+    bool ok = startProcess(t, {"servicemanager"});
     for (const auto &service : possim::simulatedServices()) {
+        if (!ok) break;
         nlohmann::json section = scenario.value(service.key, nlohmann::json::object());
-        if (!startProcess(t, {service.key, "--state", section.dump()})) return false;
+        ok = startProcess(t, {service.key, "--state", section.dump()});
     }
-    return true;
+    pthread_sigmask(SIG_BLOCK, &term, nullptr);
+    return ok;
 }
 
-volatile sig_atomic_t g_commandPid = 0;
-
-void forwardSignal(int sig) {
-    if (g_commandPid > 0) kill(g_commandPid, sig);
+std::string requestLogPath(const std::string &outDir) {
+    if (outDir.empty()) return std::string(possim::kStatusDir) + "/requests.log";
+    return outDir + "/requests.log";
 }
 
-// Runs the command in the foreground and returns its exit status (128 + signal if killed).
-int runCommand(const std::vector<std::string> &command) {
-    pid_t pid = fork();
-    if (pid < 0) {
-        perror("pos-sim: fork");
+// The terminal's side of the sandbox: runs until pos-sim tears it down with SIGTERM.
+int serveTerminal(const possim::Scenario &scenario, const std::string &outDir,
+                  const std::function<void()> &ready) {
+    std::string logFile = requestLogPath(outDir);
+    std::error_code ignored;
+    std::filesystem::create_directories(possim::kStatusDir, ignored);
+    std::ofstream(logFile, std::ios::trunc);
+
+    possim::LocalServers servers(scenario, logFile);
+    std::string error;
+    if (!servers.start(error)) {
+        fprintf(stderr, "pos-sim: %s\n", error.c_str());
         return 1;
     }
-    if (pid == 0) {
-        signal(SIGINT, SIG_DFL);
-        signal(SIGTERM, SIG_DFL);
-        std::vector<char *> argv;
-        for (const auto &a : command) argv.push_back(const_cast<char *>(a.c_str()));
-        argv.push_back(nullptr);
-        execvp(argv[0], argv.data());
-        fprintf(stderr, "pos-sim: cannot run %s: %s\n", argv[0], strerror(errno));
-        _exit(127);
-    }
-    g_commandPid = pid;
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
-    g_commandPid = 0;
-    if (WIFEXITED(status)) return WEXITSTATUS(status);
-    return 128 + WTERMSIG(status);
+    BinderProcesses binder;
+    if (!startBinderServices(&binder, scenario.raw)) return 1;
+    ready();
+
+    sigset_t term;
+    sigemptyset(&term);
+    sigaddset(&term, SIGTERM);
+    int sig = 0;
+    sigwait(&term, &sig);
+    return 0;
 }
 
 }  // namespace
@@ -163,20 +155,28 @@ int main(int argc, char **argv) {
         usage();
         return 2;
     }
-    nlohmann::json scenario;
-    if (!loadScenario(opts.scenarioPath, &scenario)) return 2;
-    if (!opts.outDir.empty()) {
-        std::error_code error;
-        std::filesystem::create_directories(opts.outDir, error);
+    possim::Scenario scenario = possim::defaultScenario();
+    std::string error;
+    if (!opts.scenarioPath.empty() && !possim::loadScenario(opts.scenarioPath, scenario, error)) {
+        fprintf(stderr, "pos-sim: scenario %s: %s\n", opts.scenarioPath.c_str(), error.c_str());
+        return 2;
     }
+    if (!prepareOutDir(&opts.outDir)) return 2;
+    // Inside the sandbox the binder lives at its default place in the private /tmp.
+    unsetenv("POS_BINDER_DIR");
 
-    // Interrupting pos-sim interrupts the command; tear-down still runs.
-    signal(SIGINT, forwardSignal);
-    signal(SIGTERM, forwardSignal);
-
-    Terminal terminal;
-    if (!makeBinderDirectory(&terminal)) return 1;
-    if (!startProcess(&terminal, {"servicemanager"})) return 1;
-    if (!startServices(&terminal, scenario)) return 1;
-    return runCommand(opts.command);
+    possim::SandboxOptions sandbox;
+    sandbox.outDir = opts.outDir;
+    sandbox.readyTimeoutMs = 3 * kStartTimeoutMs;
+    int status = possim::runInSandbox(
+        sandbox,
+        [&](const std::function<void()> &ready) {
+            return serveTerminal(scenario, opts.outDir, ready);
+        },
+        opts.command, error);
+    if (status < 0) {
+        fprintf(stderr, "pos-sim: %s\n", error.c_str());
+        return 125;
+    }
+    return status;
 }

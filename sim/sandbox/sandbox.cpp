@@ -165,9 +165,16 @@ void enterRoot(const std::string &root) {
     rmdir("/.oldroot");
 }
 
-// Builds the whole tree and enters it. OUTFD is the output directory opened on the host.
-void buildSandbox(const std::string &outDir, int outFd) {
+// Builds the whole tree and enters it.
+void buildSandbox(const std::string &outDir) {
     if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) fail("make / private");
+    // Held open before /tmp is covered, since the output may live under the host's /tmp.
+    // (A descriptor from before unshare would name the host's namespace: binds refuse it.)
+    int outFd = -1;
+    if (!outDir.empty()) {
+        outFd = open(outDir.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        if (outFd < 0) fail("open " + outDir);
+    }
     const std::string root = kNewRoot;
     mountFs("tmpfs", root, MS_NOSUID, "mode=0755");
     bindHostTopLevel(root);
@@ -180,6 +187,7 @@ void buildSandbox(const std::string &outDir, int outFd) {
     makeDirs(root + "/customer/kivo/mcudir");
     if (!outDir.empty()) {
         bindMount("/proc/self/fd/" + std::to_string(outFd), root + outDir, true);
+        close(outFd);
     }
     enterRoot(root);
 }
@@ -266,15 +274,14 @@ void tearDown(pid_t services) {
 
 // PID 1 of the sandbox: builds it, runs services and command, reaps orphans.
 [[noreturn]] void sandboxInit(const SandboxOptions &options, const ServicesMain &services,
-                              const std::vector<std::string> &command, int outFd,
+                              const std::vector<std::string> &command,
                               const std::string &cwd) {
     try {
-        buildSandbox(options.outDir, outFd);
+        buildSandbox(options.outDir);
     } catch (const Failure &f) {
         fprintf(stderr, "pos-sim: sandbox: %s\n", f.what.c_str());
         _exit(125);
     }
-    if (outFd >= 0) close(outFd);
     if (chdir(cwd.c_str()) != 0 && chdir("/") != 0) _exit(125);
 
     int ready[2];
@@ -315,7 +322,6 @@ int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
         return -1;
     }
     SandboxOptions opts = options;
-    int outFd = -1;
     if (!opts.outDir.empty()) {
         try {
             makeDirs(opts.outDir);
@@ -329,11 +335,6 @@ int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
             return -1;
         }
         opts.outDir = real;
-        outFd = open(real, O_PATH | O_DIRECTORY | O_CLOEXEC);
-        if (outFd < 0) {
-            error = opts.outDir + ": " + strerror(errno);
-            return -1;
-        }
     }
     char cwd[PATH_MAX];
     if (getcwd(cwd, sizeof cwd) == nullptr) strcpy(cwd, "/");
@@ -343,7 +344,6 @@ int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
     int flags = CLONE_NEWNS | CLONE_NEWPID | (uid != 0 ? CLONE_NEWUSER : 0);
     if (unshare(flags) != 0) {
         error = std::string("unshare: ") + strerror(errno);
-        if (outFd >= 0) close(outFd);
         return -1;
     }
     if (uid != 0) {
@@ -362,9 +362,8 @@ int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
     if (init == 0) {
         // If this process dies, the whole sandbox goes with it.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        sandboxInit(opts, services, command, outFd, cwd);
+        sandboxInit(opts, services, command, cwd);
     }
-    if (outFd >= 0) close(outFd);
     forwardSignalsTo(init);
     int st = 0;
     while (waitpid(init, &st, 0) < 0) {
