@@ -1,0 +1,106 @@
+// Runs pos-sim from the host and checks that the terminal's fixed paths exist inside the
+// sandbox only, that the command's status comes back, and that teardown ends every process.
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A probe name no other run uses, so parallel runs cannot confuse the checks.
+std::string uniqueName(const std::string &stem) {
+    return stem + "-" + std::to_string(getpid()) + "-" +
+           std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
+}
+
+int exitStatus(int raw) { return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1; }
+
+std::string readFile(const fs::path &p) {
+    std::ifstream in(p);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+class SandboxTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char tmpl[] = "/tmp/pos-sim-out-XXXXXX";  // under /tmp: covered inside, yet reachable
+        ASSERT_NE(mkdtemp(tmpl), nullptr);
+        out_ = tmpl;
+        fs::permissions(out_, fs::perms::all);
+    }
+    void TearDown() override { fs::remove_all(out_); }
+
+    int run(const std::string &prefix, const std::string &args, const std::string &script) {
+        std::ofstream(out_ / "script.sh") << script;
+        std::string cmd = prefix + " " POS_SIM " run --out " + out_.string() + " " + args +
+                          " -- /bin/sh " + (out_ / "script.sh").string() + " >/dev/null 2>&1";
+        return exitStatus(system(cmd.c_str()));
+    }
+
+    fs::path out_;
+};
+
+const char *const kFixedPathsExist =
+    "test -S /tmp/kv_pkg_server_socket && test -S /tmp/kv_init_servers_cmd_sock &&\n"
+    "test -S /tmp/kivo_bserver_socket && test -S /tmp/kivo_upgrade_socket &&\n"
+    "test -e /dev/shm/KVSYSTEMSHMKEY && test -e /dev/shm/KVPKGSHMKEY &&\n"
+    "test -c /dev/chn/4 -o -f /dev/chn/4 && test -e /dev/ttyGS0 && test -e /tmp/rils &&\n"
+    "test -d /customer/kivo/mcudir && test -d /customer/kivo/fonts &&\n"
+    "test -f /sys/bus/platform/drivers/kivosys/hw_version &&\n"
+    "test -f /sys/bus/platform/drivers/kivosys/ctp_stress &&\n"
+    "test -f /sys/class/power_supply/rm45k-battery/serial_mode &&\n"
+    "test -f /sys/class/gpio/gpio53/value || exit 3\n";
+
+}  // namespace
+
+TEST_F(SandboxTest, LeavesTheHostUntouchedAndEndsEveryProcess) {
+    std::string probe = uniqueName("sandbox-probe");
+    bool hadCustomer = fs::exists("/customer");
+    std::string script = std::string(kFixedPathsExist) +
+                         "touch /tmp/" + probe + " /dev/shm/" + probe + "\n"
+                         "mkdir -p /customer/kivo/" + probe + "\n"
+                         "echo inside > " + out_.string() + "/seen\n"
+                         "(sleep 2; touch " + out_.string() + "/late) &\n"
+                         "exit 7\n";
+    EXPECT_EQ(run("", "", script), 7);
+
+    EXPECT_EQ(readFile(out_ / "seen"), "inside\n");
+    EXPECT_TRUE(fs::exists(out_ / "requests.log"));
+    EXPECT_FALSE(fs::exists("/tmp/" + probe));
+    EXPECT_FALSE(fs::exists("/dev/shm/" + probe));
+    EXPECT_EQ(fs::exists("/customer"), hadCustomer);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+    EXPECT_FALSE(fs::exists(out_ / "late")) << "a process outlived the sandbox";
+}
+
+TEST_F(SandboxTest, ScenarioStateIsPublishedAndBadScenariosAreRefused) {
+    std::ofstream(out_ / "scenario.json")
+        << R"({"hw_version": "V7", "properties": {"kivo.system.version": "V3.0.0-1"}})";
+    std::string script =
+        "grep -qx V7 /sys/bus/platform/drivers/kivosys/hw_version || exit 4\n"
+        "grep -qx V3.0.0-1 /tmp/.sysglue/prop/kivo.system.version || exit 5\n";
+    EXPECT_EQ(run("", "--scenario " + (out_ / "scenario.json").string(), script), 0);
+
+    std::ofstream(out_ / "bad.json") << "{\"apps\": [{\"name\": \"no id\"}]}";
+    EXPECT_EQ(run("", "--scenario " + (out_ / "bad.json").string(), "exit 0\n"), 2);
+}
+
+TEST_F(SandboxTest, WorksWithoutPrivilege) {
+    if (getuid() != 0 || system("command -v setpriv >/dev/null") != 0) {
+        GTEST_SKIP() << "needs root to drop to an ordinary user";
+    }
+    std::string script = std::string(kFixedPathsExist) + "echo ok > " + out_.string() + "/ok\n";
+    int rc = run("setpriv --reuid=65534 --regid=65534 --clear-groups", "", script);
+    if (rc == 125) GTEST_SKIP() << "user namespaces are disabled on this machine";
+    EXPECT_EQ(rc, 0);
+    EXPECT_EQ(readFile(out_ / "ok"), "ok\n");
+}
