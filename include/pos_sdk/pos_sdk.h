@@ -8,5 +8,7 @@
 #include "smartlist.h"
 #include "util.h"
 #include "crypto.h"
+#include "pkg.h"
+#include "app.h"
 
 #endif
