@@ -1,7 +1,7 @@
 // The client side of the service manager, and the choice of the process's service manager.
 // Wire of the service-manager calls (after the interface token):
 //   GET/CHECK: name (String16)  -> status int32, then the service's socket path (C string)
-//   ADD: name, socket path (C string), allowIsolated int32  -> status int32
+//   ADD: name, socket path (C string), allowIsolated int32, new-socket int32  -> status int32
 //   LIST: nothing  -> count int32, then count names (String16)
 #include <binder/BpBinder.h>
 #include <binder/IServiceManager.h>
@@ -41,7 +41,9 @@ class BpServiceManager : public BpInterface<IServiceManager> {
                         bool allowIsolated) override {
         if (service == nullptr) return BAD_VALUE;
         std::string path;
+        bool newSocket = false;
         if (BBinder *local = service->localBinder()) {
+            newSocket = true;
             status_t err = host::listenForService(local, &path);
             if (err != OK) return err;
         } else if (BpBinder *proxy = service->remoteBinder()) {
@@ -55,6 +57,7 @@ class BpServiceManager : public BpInterface<IServiceManager> {
         data.writeString16(name);
         data.writeCString(path.c_str());
         data.writeInt32(allowIsolated ? 1 : 0);
+        data.writeInt32(newSocket ? 1 : 0);
         status_t err = remote()->transact(ADD_SERVICE_TRANSACTION, data, &reply);
         return err == OK ? reply.readInt32() : err;
     }

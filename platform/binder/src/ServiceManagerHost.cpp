@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <time.h>
 
+#include <iterator>
 #include <map>
 #include <mutex>
 
@@ -57,10 +58,19 @@ class ServiceRegistry : public BBinder {
     status_t add(const Parcel &data, Parcel *reply) {
         String16 name = data.readString16();
         const char *path = data.readCString();
+        data.readInt32();  // allowIsolated: the host has no isolated processes
+        bool newSocket = data.readInt32() != 0;
         if (name.size() == 0 || path == nullptr || *path == '\0') {
             return reply->writeInt32(BAD_VALUE);
         }
         std::lock_guard<std::mutex> guard(mLock);
+        // A socket just opened for a local binder: any name still pointing at that path was
+        // left by a dead process whose pid was reused, and must not lead to the newcomer.
+        if (newSocket) {
+            for (auto it = mServices.begin(); it != mServices.end();) {
+                it = it->second == path ? mServices.erase(it) : std::next(it);
+            }
+        }
         mServices[name] = path;  // a restarted service replaces its old registration
         return reply->writeInt32(OK);
     }

@@ -406,3 +406,52 @@ TEST_F(BinderTransport, ForkedChildGetsConnectionsOfItsOwn) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     EXPECT_EQ(0, bad);
 }
+
+TEST_F(BinderTransport, ServiceManagerKeepsOneNamePerSocket) {
+    startServiceManager();
+    sp<IServiceManager> sm = defaultServiceManager();
+    ASSERT_NE(nullptr, sm);
+    sp<IBinder> binder;
+    startEcho("echo", &binder);
+    ASSERT_NE(nullptr, binder);
+    BpBinder *proxy = binder->remoteBinder();
+    ASSERT_NE(nullptr, proxy);
+
+    // Re-publishing a remote binder registers its socket under a second name; the second
+    // name reaches the same service.
+    ASSERT_EQ(OK, sm->addService(String16("alias"), binder));
+    sp<IBinder> alias = sm->getService(String16("alias"));
+    ASSERT_NE(nullptr, alias);
+    EXPECT_EQ(askInt(binder, echo::GET_PID), askInt(alias, echo::GET_PID));
+    EXPECT_EQ(2u, sm->listServices().size());
+
+    // A new socket at a known path (as after a dead process's pid is reused) drops the names
+    // registered on that path before.
+    Parcel data;
+    Parcel reply;
+    data.writeInterfaceToken(IServiceManager::descriptor);
+    data.writeString16(String16("newcomer"));
+    data.writeCString(proxy->socketPath().c_str());
+    data.writeInt32(0);  // allowIsolated
+    data.writeInt32(1);  // a socket just opened
+    ASSERT_EQ(OK, IInterface::asBinder(sm)->transact(IServiceManager::ADD_SERVICE_TRANSACTION, data,
+                                                     &reply));
+    EXPECT_EQ(OK, reply.readInt32());
+    EXPECT_EQ(nullptr, sm->getService(String16("echo")));
+    EXPECT_EQ(nullptr, sm->getService(String16("alias")));
+    EXPECT_NE(nullptr, sm->getService(String16("newcomer")));
+
+    // Malformed registrations are refused.
+    Parcel bad;
+    bad.writeInterfaceToken(IServiceManager::descriptor);
+    bad.writeString16(String16(""));
+    bad.writeCString("/nowhere");
+    ASSERT_EQ(OK, IInterface::asBinder(sm)->transact(IServiceManager::ADD_SERVICE_TRANSACTION, bad,
+                                                     &reply));
+    EXPECT_EQ(BAD_VALUE, reply.readInt32());
+    Parcel untokened;
+    untokened.writeString16(String16("x"));
+    EXPECT_EQ(PERMISSION_DENIED,
+              IInterface::asBinder(sm)->transact(IServiceManager::CHECK_SERVICE_TRANSACTION,
+                                                 untokened, &reply));
+}
