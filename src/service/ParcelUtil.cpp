@@ -9,6 +9,7 @@
 
 char *x_readCStringFromParcel(android::Parcel &reply, char *dst) {
     const char *text = reply.readCString();
+    if (dst == nullptr) return nullptr;  // nowhere to copy to: the field is consumed all the same
     if (text == nullptr) {
         dst[0] = '\0';
         return nullptr;

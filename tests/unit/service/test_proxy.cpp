@@ -40,8 +40,11 @@ TEST(Proxy, OtherTransportErrorsAreNotReported) {
 
 TEST(Proxy, CStringReplies) {
     Parcel reply;
+    reply.writeCString("skipped");
     reply.writeCString("860000000000001");
     reply.setDataPosition(0);
+    // Without a buffer the field is still consumed.
+    EXPECT_EQ(x_readCStringFromParcel(reply, nullptr), nullptr);
     char buffer[32] = "stale";
     EXPECT_EQ(x_readCStringFromParcel(reply, buffer), buffer);
     EXPECT_STREQ(buffer, "860000000000001");
