@@ -244,6 +244,16 @@ TEST(ParcelHostile, NullArgumentsAreRefusedNotFollowed) {
     EXPECT_EQ(BAD_VALUE, p.setData(nullptr, 4));
     // The null C string still occupies its field, so the fields after it stay in place.
     EXPECT_EQ((Bytes{0, 0, 0, 0}), contents(p));
+
+    // Absurd sizes and positions fail cleanly instead of wrapping around.
+    const uint8_t byte = 1;
+    EXPECT_EQ(nullptr, p.writeInplace(SIZE_MAX));
+    EXPECT_NE(OK, p.write(&byte, SIZE_MAX - 1));
+    p.setDataPosition(SIZE_MAX - 2);
+    EXPECT_NE(OK, p.writeInt32(1));
+    EXPECT_EQ(0, p.readInt32());
+    EXPECT_EQ(4u, p.dataSize());
+
     p.freeData();
     EXPECT_EQ(0u, p.dataSize());
     EXPECT_EQ(0u, p.dataCapacity());
