@@ -189,7 +189,7 @@ BENCHMARK_TEMPLATE(BM_RoundTrip, hubCall)
     ->Arg(kSameCore)
     ->Arg(kOtherCore)
     ->UseRealTime();
-BENCHMARK(BM_HubOverRaw)->Arg(kSameCore)->Arg(kOtherCore)->UseRealTime();
+BENCHMARK(BM_HubOverRaw)->Name("HubOverRaw")->Arg(kSameCore)->Arg(kOtherCore)->UseRealTime();
 
 }  // namespace
 
