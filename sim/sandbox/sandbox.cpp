@@ -313,6 +313,46 @@ void tearDown(pid_t services) {
     _exit(result);
 }
 
+int waitForChild(pid_t pid) {
+    forwardSignalsTo(pid);
+    int st = 0;
+    while (waitpid(pid, &st, 0) < 0) {
+        if (errno != EINTR) {
+            st = -1;
+            break;
+        }
+    }
+    g_forwardTo = 0;
+    return st < 0 ? 125 : statusOf(st);
+}
+
+// Enters the namespaces in a process of its own, so that the caller stays in the host's
+// (where it can still start processes and threads once the sandbox is gone), and waits
+// for the sandbox's init. Setup failures are reported on stderr with status 125.
+[[noreturn]] void sandboxKeeper(const SandboxOptions &options, const ServicesMain &services,
+                                const std::vector<std::string> &command,
+                                const std::string &cwd) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    uid_t uid = getuid();
+    gid_t gid = getgid();
+    int flags = CLONE_NEWNS | CLONE_NEWPID | (uid != 0 ? CLONE_NEWUSER : 0);
+    try {
+        if (unshare(flags) != 0) fail("unshare");
+        if (uid != 0) writeIdMaps(uid, gid);
+    } catch (const Failure &f) {
+        fprintf(stderr, "pos-sim: sandbox: %s\n", f.what.c_str());
+        _exit(125);
+    }
+    pid_t init = fork();
+    if (init < 0) _exit(125);
+    if (init == 0) {
+        // If the keeper dies, the whole sandbox goes with it.
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        sandboxInit(options, services, command, cwd);
+    }
+    _exit(waitForChild(init));
+}
+
 }  // namespace
 
 int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
@@ -339,41 +379,13 @@ int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
     char cwd[PATH_MAX];
     if (getcwd(cwd, sizeof cwd) == nullptr) strcpy(cwd, "/");
 
-    uid_t uid = getuid();
-    gid_t gid = getgid();
-    int flags = CLONE_NEWNS | CLONE_NEWPID | (uid != 0 ? CLONE_NEWUSER : 0);
-    if (unshare(flags) != 0) {
-        error = std::string("unshare: ") + strerror(errno);
-        return -1;
-    }
-    if (uid != 0) {
-        try {
-            writeIdMaps(uid, gid);
-        } catch (const Failure &f) {
-            error = f.what;
-            return -1;
-        }
-    }
-    pid_t init = fork();
-    if (init < 0) {
+    pid_t keeper = fork();
+    if (keeper < 0) {
         error = std::string("fork: ") + strerror(errno);
         return -1;
     }
-    if (init == 0) {
-        // If this process dies, the whole sandbox goes with it.
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        sandboxInit(opts, services, command, cwd);
-    }
-    forwardSignalsTo(init);
-    int st = 0;
-    while (waitpid(init, &st, 0) < 0) {
-        if (errno != EINTR) {
-            error = std::string("waitpid: ") + strerror(errno);
-            return -1;
-        }
-    }
-    g_forwardTo = 0;
-    return statusOf(st);
+    if (keeper == 0) sandboxKeeper(opts, services, command, cwd);
+    return waitForChild(keeper);
 }
 
 }  // namespace possim

@@ -26,7 +26,8 @@ using ServicesMain = std::function<int(const std::function<void()> &ready)>;
 
 // Builds a sandbox, starts SERVICES in it, runs COMMAND (a program and its arguments,
 // searched in PATH) and tears everything down when the command ends. Returns the command's
-// exit status (128 + signal when killed), or -1 with ERROR when the sandbox cannot be built.
+// exit status (128 + signal when killed); 125 when the sandbox cannot be built (the reason
+// is on stderr), or -1 with ERROR when the caller's arguments are unusable.
 int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
                  const std::vector<std::string> &command, std::string &error);
 
