@@ -37,25 +37,25 @@ enum {
 /* One application as the package server describes it (552 bytes, packed). Texts are
  * terminated within their field. */
 typedef struct __attribute__((packed)) PkgAppInfoRecord {
-    char kind[9];          /* package kind, "app" */
-    int flags;             /* server-defined flags */
-    char vendor[33];       /* vendor name */
-    char appId[33];        /* application id */
-    int verMajor;          /* version: major, minor, patch, build */
+    char kind[9];    /* package kind, "app" */
+    int flags;       /* server-defined flags */
+    char vendor[33]; /* vendor name */
+    char appId[33];  /* application id */
+    int verMajor;    /* version: major, minor, patch, build */
     int verMinor;
     int verPatch;
     int verBuild;
-    int sizeKb;            /* installed size in KiB */
-    char executable[33];   /* executable, relative to the application directory */
-    char icon[33];         /* icon file */
-    char signer[33];       /* signer of the package */
-    int installTime;       /* seconds since the epoch */
-    int state;             /* 0 installed, 1 running */
-    char description[65];  /* short description, handed on by OsGetAppInfoByAppid */
-    char category[17];     /* category text */
+    int sizeKb;           /* installed size in KiB */
+    char executable[33];  /* executable, relative to the application directory */
+    char icon[33];        /* icon file */
+    char signer[33];      /* signer of the package */
+    int installTime;      /* seconds since the epoch */
+    int state;            /* 0 installed, 1 running */
+    char description[65]; /* short description, handed on by OsGetAppInfoByAppid */
+    char category[17];    /* category text */
     int reserved1;
     int reserved2;
-    char name[256];        /* application name */
+    char name[256]; /* application name */
 } PkgAppInfoRecord;
 
 /* One entry of the application list (326 bytes, packed). */
@@ -80,8 +80,7 @@ POS_API int PkgAppManagementCmd(int server, int timeoutSec, int cmd, const char 
 /* Asks the package server to start APPNAME with ARGC arguments of ARGV (at most 12 are
  * sent; each is cut to 31 characters). Returns the server's answer, -9 connect failure,
  * -1 send failure, -2 time-out or no answer, -3 wait failure. */
-POS_API int PkgAppStartCmd(int timeoutSec, const char *appName, int argc,
-                           const char (*argv)[32]);
+POS_API int PkgAppStartCmd(int timeoutSec, const char *appName, int argc, const char (*argv)[32]);
 
 /* Describes APPID into OUT. 0 and a filled OUT; the server's non-zero status; -1 connect
  * or send failure or a null OUT; -2 time-out or a short record; -3 wait failure; -9 no

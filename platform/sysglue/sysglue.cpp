@@ -121,7 +121,9 @@ SYSGLUE_API int kv_set_radio_state(const char *name, const char *text) {
     return writeItem("radio", name, text);
 }
 
-SYSGLUE_API int KV_GET_RADIO_SIMSTATE(int *state) { return readInt("simstate", state); }
+SYSGLUE_API int KV_GET_RADIO_SIMSTATE(int *state) {
+    return readInt("simstate", state);
+}
 
 SYSGLUE_API int KV_GET_RADIO_SIGNAL(int *signal, int *ber) {
     if (signal == nullptr || ber == nullptr) return -1;
@@ -132,8 +134,14 @@ SYSGLUE_API int KV_GET_RADIO_SIGNAL(int *signal, int *ber) {
     return 0;
 }
 
-SYSGLUE_API int kv_get_GSM_stat(int *stat) { return readInt("gsm_stat", stat); }
+SYSGLUE_API int kv_get_GSM_stat(int *stat) {
+    return readInt("gsm_stat", stat);
+}
 
-SYSGLUE_API int KV_GET_NETWORK_MODE(int *mode) { return readInt("network_mode", mode); }
+SYSGLUE_API int KV_GET_NETWORK_MODE(int *mode) {
+    return readInt("network_mode", mode);
+}
 
-SYSGLUE_API int KV_GET_WIFI_SIGNA(int *rssi) { return readInt("wifi_rssi", rssi); }
+SYSGLUE_API int KV_GET_WIFI_SIGNA(int *rssi) {
+    return readInt("wifi_rssi", rssi);
+}

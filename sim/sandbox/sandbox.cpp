@@ -53,8 +53,7 @@ void makeDirs(const std::string &path, mode_t mode = 0755) {
     }
 }
 
-void mountFs(const char *type, const std::string &target, unsigned long flags,
-             const char *data) {
+void mountFs(const char *type, const std::string &target, unsigned long flags, const char *data) {
     makeDirs(target);
     if (mount(type, target.c_str(), type, flags, data) != 0) fail("mount " + target);
 }
@@ -274,8 +273,7 @@ void tearDown(pid_t services) {
 
 // PID 1 of the sandbox: builds it, runs services and command, reaps orphans.
 [[noreturn]] void sandboxInit(const SandboxOptions &options, const ServicesMain &services,
-                              const std::vector<std::string> &command,
-                              const std::string &cwd) {
+                              const std::vector<std::string> &command, const std::string &cwd) {
     try {
         buildSandbox(options.outDir);
     } catch (const Failure &f) {
@@ -330,8 +328,7 @@ int waitForChild(pid_t pid) {
 // (where it can still start processes and threads once the sandbox is gone), and waits
 // for the sandbox's init. Setup failures are reported on stderr with status 125.
 [[noreturn]] void sandboxKeeper(const SandboxOptions &options, const ServicesMain &services,
-                                const std::vector<std::string> &command,
-                                const std::string &cwd) {
+                                const std::vector<std::string> &command, const std::string &cwd) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     uid_t uid = getuid();
     gid_t gid = getgid();

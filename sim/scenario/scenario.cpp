@@ -100,7 +100,8 @@ bool apply(const json &root, Scenario &s, std::string &error) {
     }
     s.raw = root;
     if (root.contains("properties")) readTextMap(root["properties"], s.properties);
-    if (root.contains("shared_properties")) readTextMap(root["shared_properties"], s.sharedProperties);
+    if (root.contains("shared_properties"))
+        readTextMap(root["shared_properties"], s.sharedProperties);
     if (root.contains("custom")) readCustom(root["custom"], s.custom);
     if (root.contains("radio")) readRadio(root["radio"], s.radio);
     if (root.contains("servers")) readReplies(root["servers"], s.replies);

@@ -29,12 +29,12 @@ struct ScenarioApp {
 
 // What the radio readers of the system utility library report.
 struct RadioState {
-    int simState = 1;       // 1: SIM ready
-    int signal = 20;        // 0-31, 99 unknown
-    int signalSecond = 99;  // bit error rate
-    int gsmStat = 1;        // 1: registered
-    int networkMode = 4;    // the platform's network mode number
-    int wifiRssi = -55;     // dBm
+    int simState = 1;                    // 1: SIM ready
+    int signal = 20;                     // 0-31, 99 unknown
+    int signalSecond = 99;               // bit error rate
+    int gsmStat = 1;                     // 1: registered
+    int networkMode = 4;                 // the platform's network mode number
+    int wifiRssi = -55;                  // dBm
     std::string radioSqi = "-85,-9,12";  // RSRP,RSRQ,SINR
 };
 
@@ -46,9 +46,9 @@ struct ServerReplies {
 };
 
 struct Scenario {
-    nlohmann::json raw = nlohmann::json::object();  // the whole file, for other sections
-    std::map<std::string, std::string> properties;        // system properties (kvgetsysver)
-    std::map<std::string, std::string> sharedProperties;  // kvgetcutom / kvsetcutom store
+    nlohmann::json raw = nlohmann::json::object();            // the whole file, for other sections
+    std::map<std::string, std::string> properties;            // system properties (kvgetsysver)
+    std::map<std::string, std::string> sharedProperties;      // kvgetcutom / kvsetcutom store
     std::vector<std::pair<std::string, std::string>> custom;  // custom-settings table
     std::vector<ScenarioApp> apps;
     RadioState radio;

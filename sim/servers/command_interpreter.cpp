@@ -11,8 +11,12 @@ namespace possim {
 
 namespace {
 
-CommandResult ok() { return {true, "ok"}; }
-CommandResult fail(const std::string &why) { return {false, "error: " + why}; }
+CommandResult ok() {
+    return {true, "ok"};
+}
+CommandResult fail(const std::string &why) {
+    return {false, "error: " + why};
+}
 
 bool withinRoot(const fs::path &path, const std::string &root) {
     std::string p = path.string();

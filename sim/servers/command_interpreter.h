@@ -20,7 +20,7 @@ struct CommandResult {
 enum class PowerAction { kNone, kReboot, kPowerOff };
 
 class CommandInterpreter {
-public:
+  public:
     // ROOTS are the private mounts commands may act on ("/tmp", "/customer", ...).
     explicit CommandInterpreter(std::vector<std::string> roots) : roots_(std::move(roots)) {}
 
@@ -30,7 +30,7 @@ public:
     // of the roots.
     bool allowed(const std::string &path) const;
 
-private:
+  private:
     CommandResult copy(const std::vector<std::string> &args) const;
     CommandResult remove(const std::vector<std::string> &args) const;
     CommandResult move(const std::vector<std::string> &args) const;

@@ -13,11 +13,11 @@
 namespace possim {
 
 class InitServer {
-public:
+  public:
     InitServer(const Scenario &scenario, RequestLog &log);
     void handle(int fd);
 
-private:
+  private:
     int32_t control(int32_t code, const std::string &text);
     void applyPower(PowerAction action);
 

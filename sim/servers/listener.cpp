@@ -14,7 +14,9 @@ namespace possim {
 Listener::Listener(std::string path, Handler handler)
     : path_(std::move(path)), handler_(std::move(handler)) {}
 
-Listener::~Listener() { stop(); }
+Listener::~Listener() {
+    stop();
+}
 
 bool Listener::start(std::string &error) {
     sockaddr_un addr;

@@ -9,7 +9,7 @@
 namespace possim {
 
 class Listener {
-public:
+  public:
     using Handler = std::function<void(int fd)>;
 
     Listener(std::string path, Handler handler);
@@ -21,7 +21,7 @@ public:
     bool start(std::string &error);
     void stop();
 
-private:
+  private:
     void serve();
 
     std::string path_;

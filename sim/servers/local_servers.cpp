@@ -11,7 +11,9 @@ namespace possim {
 LocalServers::LocalServers(Scenario scenario, std::string requestLogFile, LocalServerPaths paths)
     : scenario_(std::move(scenario)), paths_(std::move(paths)), log_(std::move(requestLogFile)) {}
 
-LocalServers::~LocalServers() { stop(); }
+LocalServers::~LocalServers() {
+    stop();
+}
 
 bool LocalServers::start(std::string &error) {
     if (!systemBlock_.create(kSystemBlock, kSystemBlockBytes, true) ||
@@ -28,10 +30,10 @@ bool LocalServers::start(std::string &error) {
     package_ = std::make_unique<PackageServer>(scenario_, log_, childBlock_, paths_.appsDir);
     init_ = std::make_unique<InitServer>(scenario_, log_);
     upgrade_ = std::make_unique<UpgradeServers>(scenario_, log_, paths_.stagingDir);
-    listeners_.push_back(std::make_unique<Listener>(
-        paths_.package, [this](int fd) { package_->handle(fd); }));
-    listeners_.push_back(std::make_unique<Listener>(
-        paths_.initCommand, [this](int fd) { init_->handle(fd); }));
+    listeners_.push_back(
+        std::make_unique<Listener>(paths_.package, [this](int fd) { package_->handle(fd); }));
+    listeners_.push_back(
+        std::make_unique<Listener>(paths_.initCommand, [this](int fd) { init_->handle(fd); }));
     listeners_.push_back(std::make_unique<Listener>(
         paths_.firmware, [this](int fd) { upgrade_->handleFirmware(fd); }));
     listeners_.push_back(std::make_unique<Listener>(

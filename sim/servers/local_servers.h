@@ -27,7 +27,7 @@ struct LocalServerPaths {
 };
 
 class LocalServers {
-public:
+  public:
     // Requests are logged to REQUESTLOGFILE ("requests.log" in the output directory).
     LocalServers(Scenario scenario, std::string requestLogFile,
                  LocalServerPaths paths = LocalServerPaths());
@@ -38,7 +38,7 @@ public:
     bool start(std::string &error);
     void stop();
 
-private:
+  private:
     Scenario scenario_;
     LocalServerPaths paths_;
     RequestLog log_;

@@ -26,7 +26,9 @@ constexpr size_t kTextBytes = 512;
 constexpr size_t kInfoRecordBytes = 552;
 constexpr size_t kListEntryBytes = 326;
 
-void putInt(char *dst, int32_t v) { memcpy(dst, &v, 4); }
+void putInt(char *dst, int32_t v) {
+    memcpy(dst, &v, 4);
+}
 
 // Application-info record, written from its byte offsets.
 void writeInfoRecord(char *r, const ScenarioApp &a, int installTime, int sizeKb, bool running) {
@@ -62,12 +64,15 @@ void writeListEntry(char *e, const ScenarioApp &a, bool running) {
     putText(e + 70, 256, a.name);
 }
 
-void answerInt(int fd, int32_t value) { writeFully(fd, &value, sizeof value); }
+void answerInt(int fd, int32_t value) {
+    writeFully(fd, &value, sizeof value);
+}
 
 bool validId(const std::string &id) {
     if (id.empty() || id.size() > 32 || id[0] == '.') return false;
     for (char c : id) {
-        if (!isalnum(static_cast<unsigned char>(c)) && c != '.' && c != '_' && c != '-') return false;
+        if (!isalnum(static_cast<unsigned char>(c)) && c != '.' && c != '_' && c != '-')
+            return false;
     }
     return true;
 }
@@ -148,7 +153,9 @@ PackageServer::PackageServer(const Scenario &scenario, RequestLog &log, SharedBl
     for (const auto &a : scenario.apps) apps_.push_back(App{a, "", int(time(nullptr))});
 }
 
-PackageServer::~PackageServer() { stopApps(); }
+PackageServer::~PackageServer() {
+    stopApps();
+}
 
 const PackageServer::App *PackageServer::find(const std::string &idOrName) const {
     for (const auto &a : apps_) {

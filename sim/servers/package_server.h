@@ -26,7 +26,7 @@ enum PackageError {
 };
 
 class PackageServer {
-public:
+  public:
     PackageServer(const Scenario &scenario, RequestLog &log, SharedBlock &childBlock,
                   std::string appsDir);
     ~PackageServer();
@@ -35,7 +35,7 @@ public:
     // Ends every application started and still running.
     void stopApps();
 
-private:
+  private:
     struct App {
         ScenarioApp meta;
         std::string dir;  // empty for applications the scenario installs

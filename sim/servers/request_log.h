@@ -9,13 +9,13 @@
 namespace possim {
 
 class RequestLog {
-public:
+  public:
     explicit RequestLog(std::string file) : file_(std::move(file)) {}
     void record(const std::string &server, int code, const std::string &fields,
                 const std::string &answer);
     const std::string &file() const { return file_; }
 
-private:
+  private:
     std::string file_;
     std::mutex mutex_;
 };

@@ -33,7 +33,9 @@ void putText(char *dst, size_t size, const std::string &text) {
     memset(dst + n, 0, size - n);
 }
 
-std::string getText(const char *src, size_t size) { return std::string(src, strnlen(src, size)); }
+std::string getText(const char *src, size_t size) {
+    return std::string(src, strnlen(src, size));
+}
 
 void seedCustomSettings(SharedBlock &system,
                         const std::vector<std::pair<std::string, std::string>> &settings) {

@@ -25,7 +25,7 @@ constexpr size_t kChildSlotBytes = 80;  // name 32, state 16, value 32
 
 // A mapping of one block that lives as long as the object.
 class SharedBlock {
-public:
+  public:
     SharedBlock() = default;
     ~SharedBlock();
     SharedBlock(const SharedBlock &) = delete;
@@ -36,7 +36,7 @@ public:
     char *data() const { return data_; }
     size_t size() const { return size_; }
 
-private:
+  private:
     char *data_ = nullptr;
     size_t size_ = 0;
 };

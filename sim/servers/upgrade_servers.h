@@ -14,14 +14,14 @@ namespace possim {
 constexpr int kUpgradeFileMissing = -1004;
 
 class UpgradeServers {
-public:
+  public:
     UpgradeServers(const Scenario &scenario, RequestLog &log, std::string stagingDir)
         : replies_(scenario.replies), log_(log), stagingDir_(std::move(stagingDir)) {}
 
     void handleFirmware(int fd);
     void handleUpgrade(int fd);
 
-private:
+  private:
     int32_t applyStaged(std::string &applied);
 
     ServerReplies replies_;

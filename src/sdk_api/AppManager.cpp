@@ -76,7 +76,9 @@ int loadAppList(PkgAppListEntry **list, int *count) {
     return rc;
 }
 
-bool isEmpty(const char *text) { return text == nullptr || text[0] == '\0'; }
+bool isEmpty(const char *text) {
+    return text == nullptr || text[0] == '\0';
+}
 
 int startApp(const char *appName, int argc, const char (*argv)[32]) {
     if (isEmpty(appName)) return kBadArgument;
@@ -85,7 +87,7 @@ int startApp(const char *appName, int argc, const char (*argv)[32]) {
 
 // The custom-settings table of "/KVSYSTEMSHMKEY", mapped for the length of one call.
 class SystemBlockMapping {
-public:
+  public:
     // WHO prefixes the perror messages ("kvsetcutom" or "kvgetcutom").
     explicit SystemBlockMapping(const char *who) {
         fd_ = shm_open(kSystemBlockName, O_RDWR, 0777);
@@ -119,7 +121,7 @@ public:
         return reinterpret_cast<CustomEntry *>(base_ + kCustomTableOffset)[i];
     }
 
-private:
+  private:
     static void report(const char *who, const char *what) {
         char message[64];
         snprintf(message, sizeof message, "%s%s", who, what);
@@ -174,8 +176,7 @@ POS_API int OsGetAppInfoByAppid(const char *appId, OsAppInfoRecord *out) {
     formatVersion(version, info.verMajor, info.verMinor, info.verPatch, info.verBuild);
     copyText(out->appId, sizeof out->appId, info.appId, sizeof info.appId);
     copyText(out->appName, sizeof out->appName, info.name, sizeof info.name);
-    copyText(out->description, sizeof out->description, info.description,
-             sizeof info.description);
+    copyText(out->description, sizeof out->description, info.description, sizeof info.description);
     copyText(out->version, sizeof out->version, version, sizeof version);
 
     char id[sizeof info.appId + 1];
@@ -186,7 +187,9 @@ POS_API int OsGetAppInfoByAppid(const char *appId, OsAppInfoRecord *out) {
     return 0;
 }
 
-POS_API int OsRunApp(const char *appName, ...) { return startApp(appName, 0, nullptr); }
+POS_API int OsRunApp(const char *appName, ...) {
+    return startApp(appName, 0, nullptr);
+}
 
 POS_API int OsRunAppEx(const char *appName, int argc, const char (*argv)[32]) {
     return startApp(appName, argc, argv);

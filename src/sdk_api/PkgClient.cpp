@@ -49,7 +49,7 @@ int64_t monotonicMs() {
 // The caller's time-out in whole seconds, 0 meaning none, spread over every wait of one
 // request so that a server trickling bytes cannot stretch the call beyond it.
 class Deadline {
-public:
+  public:
     explicit Deadline(int timeoutSec)
         : unlimited_(timeoutSec == 0), end_(monotonicMs() + int64_t(timeoutSec) * 1000) {}
     int remainingMs() const {
@@ -58,7 +58,7 @@ public:
         return left > 0 ? int(left) : 0;
     }
 
-private:
+  private:
     bool unlimited_;
     int64_t end_;
 };
@@ -120,7 +120,9 @@ int connectOnce(int fd, const sockaddr_un &addr) {
     }
 }
 
-int newStreamSocket() { return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0); }
+int newStreamSocket() {
+    return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+}
 
 // 31 attempts 200 ms apart: the servers may still be starting when an application boots.
 int connectWithRetries(int fd, const char *path) {
@@ -312,7 +314,7 @@ int requestAppList(int fd, int timeoutSec, PkgAppListEntry **list, int *count) {
 
 // The child-application block, mapped for the length of one call.
 class ChildBlockMapping {
-public:
+  public:
     ChildBlockMapping() {
         fd_ = shm_open(kChildBlockName, O_RDWR, 0777);
         if (fd_ < 0) {
@@ -335,7 +337,7 @@ public:
 
     ChildBlock *block() const { return block_; }
 
-private:
+  private:
     int fd_ = -1;
     ChildBlock *block_ = nullptr;
 };
@@ -390,8 +392,7 @@ POS_API int PkgAppManagementCmd(int server, int timeoutSec, int cmd, const char 
     return result;
 }
 
-POS_API int PkgAppStartCmd(int timeoutSec, const char *appName, int argc,
-                           const char (*argv)[32]) {
+POS_API int PkgAppStartCmd(int timeoutSec, const char *appName, int argc, const char (*argv)[32]) {
     int fd = connectPackageServer();
     if (fd < 0) {
         Log_Err("CLIENT->:connect failed: %m \n");

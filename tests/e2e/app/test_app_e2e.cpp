@@ -26,11 +26,13 @@ std::string readFile(const std::string &path) {
     return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-std::string requestLog() { return readFile("/tmp/.possim/requests.log"); }
+std::string requestLog() {
+    return readFile("/tmp/.possim/requests.log");
+}
 
 // Builds a package: a tar archive with manifest.json and the program at bin/prog.
-std::string makePackage(const std::string &id, const std::string &name,
-                        const std::string &version, const std::string &program) {
+std::string makePackage(const std::string &id, const std::string &name, const std::string &version,
+                        const std::string &program) {
     fs::path dir = "/tmp/build-" + id;
     fs::create_directories(dir / "bin");
     std::ofstream(dir / "manifest.json")
@@ -53,7 +55,8 @@ std::string makeScript(const std::string &path, const std::string &body) {
 struct RawBlock {
     RawBlock(const char *name, size_t size) : size(size) {
         int fd = shm_open(name, O_RDWR, 0);
-        void *p = fd < 0 ? MAP_FAILED : mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+        void *p =
+            fd < 0 ? MAP_FAILED : mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
         if (fd >= 0) close(fd);
         data = p == MAP_FAILED ? nullptr : static_cast<char *>(p);
     }
@@ -67,7 +70,7 @@ struct RawBlock {
 
 // These tests write to the terminal's fixed paths: they belong inside a sandbox only.
 class SandboxOnly : public ::testing::Environment {
-public:
+  public:
     void SetUp() override {
         ASSERT_EQ(access("/tmp/.possim/power", F_OK), 0) << "run this under pos-sim run --";
     }
@@ -93,9 +96,11 @@ TEST(InitCommandServer, ShellCommandsActInsideTheSandboxOnly) {
 
     std::string log = requestLog();
     EXPECT_NE(log.find("initcmd 2457 \"echo 0 > /sys/class/gpio/gpio53/value\" -> \"ok\""),
-              std::string::npos) << log;
+              std::string::npos)
+        << log;
     EXPECT_NE(log.find("initcmd 2457 \"cp /etc/hostname /etc/copied\" -> \"error: not allowed"),
-              std::string::npos) << log;
+              std::string::npos)
+        << log;
 }
 
 TEST(InitCommandServer, SerialRoutingAndFactoryStep) {
@@ -132,7 +137,8 @@ TEST(PackageServer, InstallDescribeListAndUninstall) {
     std::string script = makeScript("/tmp/true.sh", "exit 0");
     for (int i = 1; i <= 5; ++i) {
         std::string id = "app" + std::to_string(i);
-        std::string pkg = makePackage(id, "App " + std::to_string(i), "1.2." + std::to_string(i) + "-9", script);
+        std::string pkg =
+            makePackage(id, "App " + std::to_string(i), "1.2." + std::to_string(i) + "-9", script);
         ASSERT_EQ(OsInstallFile(0, pkg.c_str(), i == 1 ? 5 : 1), 0) << id;
     }
     EXPECT_EQ(OsInstallFile(0, "/tmp/no-such.pkg", 1), -1003);

@@ -40,7 +40,7 @@ int32_t intAt(const std::vector<char> &bytes, size_t offset) {
 // Serves one connection per step at PATH: reads a request of REQUESTBYTES, then runs the
 // step's reply (which may send, wait, or do nothing before the connection is closed).
 class TestServer {
-public:
+  public:
     using Reply = std::function<void(int fd)>;
 
     TestServer(const char *path, size_t requestBytes, std::vector<Reply> steps)
@@ -77,7 +77,7 @@ public:
 
     std::vector<std::vector<char>> requests;
 
-private:
+  private:
     size_t requestBytes_;
     int fd_;
     std::thread thread_;
@@ -121,7 +121,7 @@ TEST(ClientAgainstBadServers, CommandAnswersThatAreMissingShortLateOrText) {
     auto start = Clock::now();
     EXPECT_EQ(PkgAppManagementCmd(2, 1, 0x1001, "/c"), -2);
     EXPECT_LT(secondsSince(start), 2.5);
-    EXPECT_EQ(PkgAppManagementCmd(2, 5, 0x999, "ls"), 0);  // any text answer is success
+    EXPECT_EQ(PkgAppManagementCmd(2, 5, 0x999, "ls"), 0);   // any text answer is success
     EXPECT_EQ(PkgAppManagementCmd(2, 5, 0x999, "ls"), -2);  // but silence is not
 
     ASSERT_GE(server.requests.size(), 1u);
@@ -159,8 +159,8 @@ TEST(ClientAgainstBadServers, InfoAndListAnswersWithBadHeadsOrShortBodies) {
 
     TestServer server(kPackagePath, 516,
                       {sends(int32s({-5, 0})), sends({'\0', '\0'}), sends(infoHeadOnly),
-                       sends(int32s({0, 0, -3})), sends(int32s({0, 0, 0})),
-                       sends(listOfTwoSentOne), sends(int32s({0, 0, 1 << 30}))});
+                       sends(int32s({0, 0, -3})), sends(int32s({0, 0, 0})), sends(listOfTwoSentOne),
+                       sends(int32s({0, 0, 1 << 30}))});
     PkgAppInfoRecord info;
     EXPECT_EQ(PkgGetAppInfo(2, "x", &info), -5);
     EXPECT_EQ(PkgGetAppInfo(2, "x", &info), -9);

@@ -22,7 +22,9 @@ std::string uniqueName(const std::string &stem) {
            std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
 }
 
-int exitStatus(int raw) { return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1; }
+int exitStatus(int raw) {
+    return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+}
 
 std::string readFile(const fs::path &p) {
     std::ifstream in(p);
@@ -30,7 +32,7 @@ std::string readFile(const fs::path &p) {
 }
 
 class SandboxTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         char tmpl[] = "/tmp/pos-sim-out-XXXXXX";  // under /tmp: covered inside, yet reachable
         ASSERT_NE(mkdtemp(tmpl), nullptr);
@@ -65,11 +67,18 @@ const char *const kFixedPathsExist =
 TEST_F(SandboxTest, LeavesTheHostUntouchedAndEndsEveryProcess) {
     std::string probe = uniqueName("sandbox-probe");
     bool hadCustomer = fs::exists("/customer");
-    std::string script = std::string(kFixedPathsExist) +
-                         "touch /tmp/" + probe + " /dev/shm/" + probe + "\n"
-                         "mkdir -p /customer/kivo/" + probe + "\n"
-                         "echo inside > " + out_.string() + "/seen\n"
-                         "(sleep 2; touch " + out_.string() + "/late) &\n"
+    std::string script = std::string(kFixedPathsExist) + "touch /tmp/" + probe + " /dev/shm/" +
+                         probe +
+                         "\n"
+                         "mkdir -p /customer/kivo/" +
+                         probe +
+                         "\n"
+                         "echo inside > " +
+                         out_.string() +
+                         "/seen\n"
+                         "(sleep 2; touch " +
+                         out_.string() +
+                         "/late) &\n"
                          "exit 7\n";
     EXPECT_EQ(run("", "", script), 7);
 

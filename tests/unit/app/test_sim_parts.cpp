@@ -25,7 +25,7 @@ std::string readFile(const fs::path &p) {
 }
 
 class InterpreterTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         char tmpl[] = "/tmp/possim-unit-XXXXXX";
         ASSERT_NE(mkdtemp(tmpl), nullptr);
@@ -115,7 +115,9 @@ TEST(ScenarioTest, DefaultsFillWhatAFileLeavesOut) {
         "radio": {"signal": 7},
         "servers": {"upgrade_file": -1005},
         "power": {"battery": 50}
-    })", s, error)) << error;
+    })",
+                              s, error))
+        << error;
     EXPECT_EQ(s.properties["kivo.system.version"], "V9.9.9-1");
     EXPECT_EQ(s.properties["KIVO.SYS.BOOT.MODE"], "0");  // default kept
     ASSERT_EQ(s.custom.size(), 2u);
