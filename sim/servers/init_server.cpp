@@ -68,14 +68,14 @@ void InitServer::handle(int fd) {
         PowerAction power = PowerAction::kNone;
         CommandResult result = interpreter_.run(text, power);
         std::string answer = result.text.substr(0, kShellAnswerBytes);
-        writeFully(fd, answer.data(), answer.size());
         log_.record("initcmd", code, quoteText(text), quoteText(answer));
         applyPower(power);
+        writeFully(fd, answer.data(), answer.size());
         return;
     }
     int32_t result = control(code, text);
-    writeFully(fd, &result, sizeof result);
     log_.record("initcmd", code, quoteText(text), std::to_string(result));
+    writeFully(fd, &result, sizeof result);
 }
 
 }  // namespace possim

@@ -302,8 +302,8 @@ void PackageServer::answerInfo(int fd, const std::string &id) {
         }
     }
     putInt(answer, status);
-    writeFully(fd, answer, status == 0 ? sizeof answer : 8);
     log_.record("pkg", 0x105, quoteText(id), std::to_string(status));
+    writeFully(fd, answer, status == 0 ? sizeof answer : 8);
 }
 
 void PackageServer::answerList(int fd) {
@@ -316,9 +316,9 @@ void PackageServer::answerList(int fd) {
             writeListEntry(&answer[12 + kListEntryBytes * i], apps_[i].meta, false);
         }
     }
-    writeFully(fd, answer.data(), answer.size());
     log_.record("pkg", 0x106, "count=" + std::to_string((answer.size() - 12) / kListEntryBytes),
                 "0");
+    writeFully(fd, answer.data(), answer.size());
 }
 
 void PackageServer::handleStart(int fd) {
@@ -333,8 +333,8 @@ void PackageServer::handleStart(int fd) {
     std::vector<std::string> args;
     for (int i = 0; i < argc && i < 12; ++i) args.push_back(getText(rest + 516 + 32 * i, 32));
     int32_t result = start(name, args);
-    answerInt(fd, result);
     log_.record("pkg", 0x103, describeStart(name, args), std::to_string(result));
+    answerInt(fd, result);
 }
 
 void PackageServer::handle(int fd) {
@@ -362,8 +362,8 @@ void PackageServer::handle(int fd) {
         default:
             result = kPkgBadRequest;
     }
-    answerInt(fd, result);
     log_.record("pkg", code, quoteText(arg), std::to_string(result));
+    answerInt(fd, result);
 }
 
 }  // namespace possim

@@ -1,5 +1,6 @@
 // The log of every request the local servers receive: one readable line per request,
-// "SERVER CODE FIELDS -> ANSWER", appended to a file that people and tests can read.
+// "SERVER CODE FIELDS -> ANSWER", appended to a file that people and tests can read. Servers
+// record a request before they answer it, so a client holding its answer finds the line.
 #ifndef POS_SIM_SERVERS_REQUEST_LOG_H
 #define POS_SIM_SERVERS_REQUEST_LOG_H
 

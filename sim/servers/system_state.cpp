@@ -1,5 +1,6 @@
 #include "servers/system_state.h"
 
+#include <stdio.h>
 #include <sys/stat.h>
 
 #include <fstream>
@@ -29,9 +30,12 @@ bool publishRadio(const RadioState &r) {
 
 }  // namespace
 
+// Replaced whole by a rename, so that a reader never sees a half-written status.
 void writeStatus(const std::string &name, const std::string &value) {
     mkdir(kStatusDir, 0755);
-    writeFile(std::string(kStatusDir) + "/" + name, value + "\n");
+    std::string path = std::string(kStatusDir) + "/" + name;
+    std::string tmp = path + ".new";
+    if (writeFile(tmp, value + "\n")) rename(tmp.c_str(), path.c_str());
 }
 
 std::string readStatus(const std::string &name) {

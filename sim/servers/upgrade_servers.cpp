@@ -47,10 +47,10 @@ void UpgradeServers::handleFirmware(int fd) {
     }
     std::string applied;
     int32_t result = (code == 0x1000 && text == "all") ? applyStaged(applied) : -1;
-    writeFully(fd, &result, sizeof result);
     std::string fields = quoteText(text);
     if (!applied.empty()) fields += " applied=" + applied;
     log_.record("bserver", code, fields, std::to_string(result));
+    writeFully(fd, &result, sizeof result);
 }
 
 void UpgradeServers::handleUpgrade(int fd) {
@@ -66,8 +66,8 @@ void UpgradeServers::handleUpgrade(int fd) {
     } else if (code == 0x1000) {
         result = replies_.upgradeDownload;
     }
-    writeFully(fd, &result, sizeof result);
     log_.record("upgrade", code, quoteText(text), std::to_string(result));
+    writeFully(fd, &result, sizeof result);
 }
 
 }  // namespace possim
