@@ -44,6 +44,17 @@ void usage() {
             "       pos-sim shell [--scenario FILE] [--out DIR]\n");
 }
 
+// The shell finds pos-pkg (built beside pos-sim) to call the local servers by hand.
+void addOwnDirectoryToPath() {
+    std::error_code error;
+    std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) return;
+    const char *path = getenv("PATH");
+    std::string value =
+        self.parent_path().string() + (path != nullptr ? ":" + std::string(path) : "");
+    setenv("PATH", value.c_str(), 1);
+}
+
 bool parseOptions(int argc, char **argv, Options *opts) {
     if (argc < 2) return false;
     std::string verb = argv[1];
@@ -62,6 +73,7 @@ bool parseOptions(int argc, char **argv, Options *opts) {
     if (verb == "shell") {
         const char *shell = getenv("SHELL");
         opts->command = {shell != nullptr && shell[0] != '\0' ? shell : "/bin/sh"};
+        addOwnDirectoryToPath();
     }
     return !opts->command.empty();
 }
