@@ -72,7 +72,7 @@ void fillOptInfo(OsAppOptRecord *rec, const PkgAppListEntry &e) {
 int loadAppList(PkgAppListEntry **list, int *count) {
     *count = 0;
     int rc = PkgGetAppList(kPackageTimeoutSec, list, count);
-    if (rc != 0) Log_Err("load app list error =%d !\n", rc);
+    if (rc != 0) Log_Err("load app list error =%d !", rc);
     return rc;
 }
 
@@ -169,7 +169,7 @@ POS_API int OsGetAppInfoByAppid(const char *appId, OsAppInfoRecord *out) {
     memset(&info, 0, sizeof info);
     int rc = PkgGetAppInfo(kPackageTimeoutSec, appId, &info);
     if (rc != 0) {
-        Log_Err("PkgGetAppInfo error =%d !\n", rc);
+        Log_Err("PkgGetAppInfo error =%d !", rc);
         return kServerFailed;
     }
     char version[33];

@@ -260,7 +260,7 @@ int requestAppInfo(int fd, int timeoutSec, const char *appId, PkgAppInfoRecord *
 
     InfoAnswerHead head;
     if (recvUpTo(fd, &head, sizeof head, deadline) != sizeof head) {
-        Log_Err("PkgRequestList_Head failed !\n");
+        Log_Err("PkgRequestList_Head failed !");
         return -9;
     }
     if (head.status != 0) return head.status;
@@ -303,7 +303,7 @@ int requestAppList(int fd, int timeoutSec, PkgAppListEntry **list, int *count) {
     ListAnswerHead head;
     if (recvUpTo(fd, &head, sizeof head, deadline) != sizeof head || head.count < 0 ||
         head.count > kMaxListEntries) {
-        Log_Err("PkgRequestList_Head failed !\n");
+        Log_Err("PkgRequestList_Head failed !");
         return -9;
     }
     *count = head.count;
@@ -395,7 +395,7 @@ POS_API int PkgAppManagementCmd(int server, int timeoutSec, int cmd, const char 
 POS_API int PkgAppStartCmd(int timeoutSec, const char *appName, int argc, const char (*argv)[32]) {
     int fd = connectPackageServer();
     if (fd < 0) {
-        Log_Err("CLIENT->:connect failed: %m \n");
+        Log_Err("CLIENT->:connect failed: %m ");
         return -9;
     }
     StartRequest request;
@@ -413,7 +413,7 @@ POS_API int PkgAppStartCmd(int timeoutSec, const char *appName, int argc, const 
         result = -1;
     } else {
         result = waitForAnswer(fd, timeoutSec, deadline);
-        if (result == -3) Log_Err("CtPkgAppStartCmd->:select called encounterd errors %m\n");
+        if (result == -3) Log_Err("CtPkgAppStartCmd->:select called encounterd errors %m");
         if (result == -2) Log_Err("%s->:select called is timeout.\n", "PkgAppStartCmd");
         if (result == 0) {
             int32_t answer = 0;
@@ -433,7 +433,7 @@ POS_API int PkgGetAppInfo(int timeoutSec, const char *appId, PkgAppInfoRecord *o
     if (out == nullptr) return -1;
     int fd = connectPackageServer();
     if (fd < 0) {
-        Log_Err("CLIENT->:connect failed: %m\n");
+        Log_Err("CLIENT->:connect failed: %m");
         return -1;
     }
     int result = requestAppInfo(fd, timeoutSec, appId, out);
@@ -446,7 +446,7 @@ POS_API int PkgGetAppList(int timeoutSec, PkgAppListEntry **list, int *count) {
     *list = nullptr;
     int fd = connectPackageServer();
     if (fd < 0) {
-        Log_Err("++3CLIENT->:connect failed: %m\n");
+        Log_Err("++3CLIENT->:connect failed: %m");
         return -1;
     }
     int result = requestAppList(fd, timeoutSec, list, count);
