@@ -55,6 +55,7 @@ class Deadline {
     int remainingMs() const {
         if (unlimited_) return -1;
         int64_t left = end_ - monotonicMs();
+        if (left > INT32_MAX) return INT32_MAX;  // poll takes an int; a month is plenty
         return left > 0 ? int(left) : 0;
     }
 
