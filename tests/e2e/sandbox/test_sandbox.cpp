@@ -92,11 +92,19 @@ TEST_F(SandboxTest, LeavesTheHostUntouchedAndEndsEveryProcess) {
 }
 
 TEST_F(SandboxTest, ScenarioStateIsPublishedAndBadScenariosAreRefused) {
-    std::ofstream(out_ / "scenario.json")
-        << R"({"hw_version": "V7", "properties": {"kivo.system.version": "V3.0.0-1"}})";
+    std::ofstream(out_ / "scenario.json") << R"({
+        "hw_version": "V7", "properties": {"kivo.system.version": "V3.0.0-1"},
+        "custom": {"shop": "north"}, "servers": {"upgrade_download": -1005},
+        "apps": [{"id": "pay", "name": "Payment", "version": "2.0.1-7", "exec": "/bin/true"}]
+    })";
+    std::string pkg = POS_PKG;
     std::string script =
         "grep -qx V7 /sys/bus/platform/drivers/kivosys/hw_version || exit 4\n"
-        "grep -qx V3.0.0-1 /tmp/.sysglue/prop/kivo.system.version || exit 5\n";
+        "grep -qx V3.0.0-1 /tmp/.sysglue/prop/kivo.system.version || exit 5\n" +
+        pkg + " list | grep -q '^pay .* V2.0.1-7  Payment$' || exit 6\n" + pkg +
+        " getcustom shop | grep -qx north || exit 7\n" + pkg +
+        " cmd 2 0x1000 | grep -qx 'result -1005' || exit 8\n" + pkg +
+        " start Payment | grep -qx 'result 0' || exit 9\n";
     EXPECT_EQ(run("", "--scenario " + (out_ / "scenario.json").string(), script), 0);
 
     std::ofstream(out_ / "bad.json") << "{\"apps\": [{\"name\": \"no id\"}]}";
