@@ -62,10 +62,10 @@ Bytes scheduleOf(const Bytes &key) {
     unsigned char keyBits[64];
     expand0(key.data(), keyBits);
     setkeystar(keyBits);
-    return Bytes(&K[1][0], &K[17][0]);
+    return Bytes(&K[1][0], &K[1][0] + 16 * 48);
 }
 
-Bytes currentK() { return Bytes(&K[1][0], &K[17][0]); }
+Bytes currentK() { return Bytes(&K[1][0], &K[1][0] + 16 * 48); }
 
 }  // namespace
 

@@ -15,9 +15,16 @@
 namespace {
 
 // One generated key per size, shared by the tests of this binary.
+struct KeyCache {
+    std::map<int, RSA *> keys;
+    ~KeyCache() {
+        for (auto &entry : keys) RSA_free(entry.second);
+    }
+};
+
 RSA *testKey(int bits) {
-    static std::map<int, RSA *> keys;
-    RSA *&key = keys[bits];
+    static KeyCache cache;
+    RSA *&key = cache.keys[bits];
     if (key == nullptr) {
         key = RSA_new();
         BIGNUM *e = BN_new();
