@@ -51,7 +51,7 @@ struct Tables {
     uint64_t pc1[8][256];  // PC-1 by key byte: C in bits 55-28, D in bits 27-0
     uint64_t pc2c[4][128]; // PC-2 of a seven-bit chunk of C, as split round-key words
     uint64_t pc2d[4][128]; // the same for D
-    uint8_t bits8[256][8]; // a byte as bit-bytes, most significant bit first
+    uint8_t bits6[64][8];  // a six-bit group as bit-bytes, padded to eight bytes
 };
 
 constexpr Tables buildTables() {
@@ -77,8 +77,8 @@ constexpr Tables buildTables() {
             t.pc2d[c][v] = splitRoundKey(permute(v << (21 - 7 * c), 56, kPermChoice2, 48));
         }
     }
-    for (int v = 0; v < 256; ++v) {
-        for (int i = 0; i < 8; ++i) t.bits8[v][i] = uint8_t((v >> (7 - i)) & 1);
+    for (int g = 0; g < 64; ++g) {
+        for (int i = 0; i < 6; ++i) t.bits6[g][i] = uint8_t((g >> (5 - i)) & 1);
     }
     return t;
 }
@@ -204,19 +204,18 @@ void makeSchedule(const unsigned char *key, Schedule &ks) {
 }
 
 void storeSchedule(const Schedule &ks) {
-    for (int round = 0; round < 16; ++round) {
-        const uint64_t a = ks.a[round];
-        const uint64_t b = ks.b[round];
-        // Reassemble the 48 bits in the standard's order (groups 1-8), then write them out
-        // eight bit-bytes at a time.
-        const uint64_t natural = (a >> 26) << 42 | ((b >> 18) & 63) << 36 |
-                                 ((a >> 18) & 63) << 30 | ((b >> 10) & 63) << 24 |
-                                 ((a >> 10) & 63) << 18 | ((b >> 2) & 63) << 12 |
-                                 ((a >> 2) & 63) << 6 | (b >> 26);
-        unsigned char *row = K[round + 1];
-        for (int i = 0; i < 6; ++i) {
-            std::memcpy(row + 8 * i, kTables.bits8[(natural >> (40 - 8 * i)) & 0xFF], 8);
-        }
+    // Each six-bit group goes out as one eight-byte store; the two spare bytes are
+    // overwritten by the next group (or the next row's first group), so only the very
+    // last group of K needs an exact six-byte copy.
+    unsigned char *out = &K[1][0];
+    for (int round = 0; round < 16; ++round, out += 48) {
+        const uint32_t a = ks.a[round];
+        const uint32_t b = ks.b[round];
+        const uint32_t groups[8] = {a >> 26,        (b >> 18) & 63, (a >> 18) & 63,
+                                    (b >> 10) & 63, (a >> 10) & 63, (b >> 2) & 63,
+                                    (a >> 2) & 63,  b >> 26};
+        for (int j = 0; j < 7; ++j) std::memcpy(out + 6 * j, kTables.bits6[groups[j]], 8);
+        std::memcpy(out + 42, kTables.bits6[groups[7]], round == 15 ? 6 : 8);
     }
 }
 

@@ -1,4 +1,4 @@
-// Montgomery exponentiation behind NN_ModExp, and the wide remainder it needs to set up.
+// Montgomery exponentiation behind NN_ModExp.
 #ifndef POS_CRYPTO_MONTGOMERY_H
 #define POS_CRYPTO_MONTGOMERY_H
 
@@ -9,10 +9,6 @@ namespace pos::nn {
 // a (dDigits) <- b^c mod d for an odd d of at most NN_MAX_DIGITS digits; b has dDigits.
 void montgomeryModExp(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigned cDigits,
                       const NN_DIGIT *d, unsigned dDigits);
-
-// r (dDigits) <- c mod d for a dividend of up to 2 * NN_MAX_DIGITS + 8 digits; d non-zero.
-void wideMod(NN_DIGIT *r, const NN_DIGIT *c, unsigned cDigits, const NN_DIGIT *d,
-             unsigned dDigits);
 
 }  // namespace pos::nn
 

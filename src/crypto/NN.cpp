@@ -11,9 +11,8 @@
 namespace {
 
 constexpr unsigned kDigitBits = 32;
-// Scratch size of the division: a double-length dividend plus a few digits of headroom
-// for the Montgomery set-up, which divides 2^(128 * limbs) by the modulus.
-constexpr unsigned kWideDigits = 2 * NN_MAX_DIGITS + 8;
+// Scratch size of the division: a double-length dividend.
+constexpr unsigned kWideDigits = 2 * NN_MAX_DIGITS;
 
 unsigned digitBits(NN_DIGIT a) {
     return a == 0 ? 0 : kDigitBits - static_cast<unsigned>(__builtin_clz(a));
@@ -26,7 +25,7 @@ void divide(NN_DIGIT *q, NN_DIGIT *r, const NN_DIGIT *c, unsigned cDigits, const
     const unsigned n = NN_Digits(d, dDigits);
     NN_DIGIT quotient[kWideDigits] = {};
     NN_DIGIT rem[kWideDigits + 1] = {};
-    NN_DIGIT dn[NN_MAX_DIGITS + 8] = {};
+    NN_DIGIT dn[NN_MAX_DIGITS] = {};
 
     // Normalise so the divisor's top digit has its high bit set.
     const unsigned shift = kDigitBits - digitBits(d[n - 1]);
@@ -326,12 +325,3 @@ POS_API void NN_DigitDiv(NN_DIGIT *a, const NN_DIGIT b[2], NN_DIGIT c) {
 }
 
 }  // extern "C"
-
-namespace pos::nn {
-
-void wideMod(NN_DIGIT *r, const NN_DIGIT *c, unsigned cDigits, const NN_DIGIT *d,
-             unsigned dDigits) {
-    divide(nullptr, r, c, cDigits, d, dDigits);
-}
-
-}  // namespace pos::nn
