@@ -31,7 +31,9 @@ namespace {
 constexpr const char *kNoAesNi = "~0x200000200000000";
 constexpr int kBatch = 200;
 
-const char *aesNiLabel() { return getenv("OPENSSL_ia32cap") ? "aes-ni off" : "aes-ni on"; }
+const char *aesNiLabel() {
+    return getenv("OPENSSL_ia32cap") ? "aes-ni off" : "aes-ni on";
+}
 
 template <typename Fn>
 double timeBatch(Fn &fn, int count) {
@@ -81,9 +83,11 @@ void BM_TripleDesOneBlock(benchmark::State &state) {
         DES_key_schedule k1, k2, k3;
         DES_set_key_unchecked(reinterpret_cast<const_DES_cblock *>(key), &k1);
         DES_set_key_unchecked(reinterpret_cast<const_DES_cblock *>(key + 8), &k2);
-        if (keyLen == 24) DES_set_key_unchecked(reinterpret_cast<const_DES_cblock *>(key + 16), &k3);
-        DES_ecb3_encrypt(reinterpret_cast<const_DES_cblock *>(ref), reinterpret_cast<DES_cblock *>(ref),
-                         &k1, &k2, keyLen == 24 ? &k3 : &k1, DES_ENCRYPT);
+        if (keyLen == 24)
+            DES_set_key_unchecked(reinterpret_cast<const_DES_cblock *>(key + 16), &k3);
+        DES_ecb3_encrypt(reinterpret_cast<const_DES_cblock *>(ref),
+                         reinterpret_cast<DES_cblock *>(ref), &k1, &k2, keyLen == 24 ? &k3 : &k1,
+                         DES_ENCRYPT);
     };
     compare(state, kBatch, runOurs, runRef);
     if (std::memcmp(ours, ref, 8) != 0) state.SkipWithError("results differ");
@@ -134,7 +138,8 @@ struct PublicKey2048 {
     RSA *rsa = RSA_new();
     PublicKey2048() {
         record.bits = 2048;
-        for (int i = 0; i < 256; ++i) record.modulus[i] = static_cast<unsigned char>(0xC5 ^ (31 * i));
+        for (int i = 0; i < 256; ++i)
+            record.modulus[i] = static_cast<unsigned char>(0xC5 ^ (31 * i));
         record.modulus[255] |= 1;
         record.modulus[0] |= 0x80;
         record.exponent[253] = 0x01;
@@ -172,10 +177,7 @@ void BM_RsaPublicEncrypt2048(benchmark::State &state) {
 BENCHMARK(BM_TripleDesOneBlock)->Arg(16)->Arg(24)->UseManualTime()->Iterations(1500);
 BENCHMARK(BM_AesEncrypt2VsEvp)->Arg(16)->Arg(32)->UseManualTime()->Iterations(3000);
 BENCHMARK(BM_AesEncrypt2VsLowLevel)->Arg(16)->Arg(32)->UseManualTime()->Iterations(3000);
-BENCHMARK(BM_RsaPublicEncrypt2048)
-    ->UseManualTime()
-    ->Iterations(150)
-    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_RsaPublicEncrypt2048)->UseManualTime()->Iterations(150)->Unit(benchmark::kMicrosecond);
 
 int main(int argc, char **argv) {
     benchmark::Initialize(&argc, argv);

@@ -61,8 +61,8 @@ POS_API void F(int round, const unsigned char *l, const unsigned char *r, unsign
 /* The eight S-box substitutions: 48 bit-bytes in, 32 bit-bytes out. */
 POS_API void s_box(const unsigned char *in, unsigned char *out);
 /* Copies count bytes from src + srcOffset to dst + dstOffset. */
-POS_API void memcpydata(unsigned char *dst, int dstOffset, const unsigned char *src,
-                        int srcOffset, int count);
+POS_API void memcpydata(unsigned char *dst, int dstOffset, const unsigned char *src, int srcOffset,
+                        int count);
 
 /* ---- Multi-precision integers ---------------------------------------------------------
  * Numbers are arrays of 32-bit digits, least significant digit first, with a digit count.
@@ -73,11 +73,9 @@ typedef uint32_t NN_DIGIT;
 #define NN_MAX_DIGITS 65 /* a 2048-bit modulus and a spare digit */
 
 /* a (digits) <- big-endian byte string b of len bytes; excess bytes must be zero. */
-POS_API void NN_Decode(NN_DIGIT *a, unsigned int digits, const unsigned char *b,
-                       unsigned int len);
+POS_API void NN_Decode(NN_DIGIT *a, unsigned int digits, const unsigned char *b, unsigned int len);
 /* Big-endian byte string a of len bytes <- b (digits). */
-POS_API void NN_Encode(unsigned char *a, unsigned int len, const NN_DIGIT *b,
-                       unsigned int digits);
+POS_API void NN_Encode(unsigned char *a, unsigned int len, const NN_DIGIT *b, unsigned int digits);
 POS_API void NN_Assign(NN_DIGIT *a, const NN_DIGIT *b, unsigned int digits);
 POS_API void NN_AssignZero(NN_DIGIT *a, unsigned int digits);
 /* a <- 2^b; nothing is set when b does not fit in `digits`. */

@@ -12,10 +12,10 @@
 namespace {
 
 struct AesTables {
-    uint32_t fwd[4][256];        // encryption round: S-box then MixColumns, per row
-    uint32_t fwdLast[4][256];    // last encryption round: S-box only, per row
-    uint32_t inv[4][256];        // decryption round: inverse S-box then InvMixColumns
-    uint32_t invLast[4][256];    // last decryption round: inverse S-box only
+    uint32_t fwd[4][256];      // encryption round: S-box then MixColumns, per row
+    uint32_t fwdLast[4][256];  // last encryption round: S-box only, per row
+    uint32_t inv[4][256];      // decryption round: inverse S-box then InvMixColumns
+    uint32_t invLast[4][256];  // last decryption round: inverse S-box only
     uint8_t sbox[256];
     uint32_t rcon[10];
 };
@@ -24,8 +24,12 @@ AesTables tables;
 std::once_flag tablesOnce;
 std::atomic<bool> tablesReady{false};
 
-constexpr uint32_t rotl(uint32_t v, int n) { return (v << n) | (v >> (32 - n)); }
-constexpr uint8_t rotl8(uint8_t v, int n) { return uint8_t((v << n) | (v >> (8 - n))); }
+constexpr uint32_t rotl(uint32_t v, int n) {
+    return (v << n) | (v >> (32 - n));
+}
+constexpr uint8_t rotl8(uint8_t v, int n) {
+    return uint8_t((v << n) | (v >> (8 - n)));
+}
 
 void buildTables() {
     // Powers of the generator 3 and their logarithms.
@@ -85,8 +89,12 @@ inline void store32(unsigned char *p, uint32_t v) {
     p[3] = uint8_t(v >> 24);
 }
 
-bool validKeyLength(int len) { return len == 16 || len == 24 || len == 32; }
-int roundsFor(uint32_t keyLen) { return int(keyLen) / 4 + 6; }
+bool validKeyLength(int len) {
+    return len == 16 || len == 24 || len == 32;
+}
+int roundsFor(uint32_t keyLen) {
+    return int(keyLen) / 4 + 6;
+}
 
 inline uint32_t subWord(uint32_t w) {
     const uint8_t *s = tables.sbox;
@@ -191,7 +199,9 @@ bool validContext(const aes_ctx *cx) {
 
 extern "C" {
 
-POS_API void gen_tabs(void) { ensureTables(); }
+POS_API void gen_tabs(void) {
+    ensureTables();
+}
 
 POS_API int aes_set_key(aes_ctx *cx, const unsigned char *key, int keyLen) {
     if (cx == nullptr || key == nullptr || !validKeyLength(keyLen)) return -1;

@@ -14,11 +14,17 @@
 namespace pos::des {
 namespace {
 
-constexpr uint32_t rotr32(uint32_t v, int n) { return (v >> n) | (v << ((32 - n) & 31)); }
-constexpr uint32_t rotl28(uint32_t v, int n) { return ((v << n) | (v >> (28 - n))) & 0xFFFFFFF; }
+constexpr uint32_t rotr32(uint32_t v, int n) {
+    return (v >> n) | (v << ((32 - n) & 31));
+}
+constexpr uint32_t rotl28(uint32_t v, int n) {
+    return ((v << n) | (v >> (28 - n))) & 0xFFFFFFF;
+}
 
 // Bit n (1-based, counted from the most significant) of a value `width` bits wide.
-constexpr uint64_t bitAt(uint64_t v, int width, uint32_t n) { return (v >> (width - n)) & 1; }
+constexpr uint64_t bitAt(uint64_t v, int width, uint32_t n) {
+    return (v >> (width - n)) & 1;
+}
 
 constexpr uint64_t permute(uint64_t in, int inWidth, const uint32_t *table, int outWidth) {
     uint64_t out = 0;
@@ -45,13 +51,13 @@ constexpr uint64_t splitRoundKey(uint64_t natural) {
 }
 
 struct Tables {
-    uint64_t ip[8][256];   // initial permutation by input byte, halves rotated
-    uint64_t fp[8][256];   // final permutation by byte of the rotated halves
-    uint32_t sp[8][64];    // S-box then P, rotated like the halves
-    uint64_t pc1[8][256];  // PC-1 by key byte: C in bits 55-28, D in bits 27-0
-    uint64_t pc2c[4][128]; // PC-2 of a seven-bit chunk of C, as split round-key words
-    uint64_t pc2d[4][128]; // the same for D
-    uint8_t bits6[64][8];  // a six-bit group as bit-bytes, padded to eight bytes
+    uint64_t ip[8][256];    // initial permutation by input byte, halves rotated
+    uint64_t fp[8][256];    // final permutation by byte of the rotated halves
+    uint32_t sp[8][64];     // S-box then P, rotated like the halves
+    uint64_t pc1[8][256];   // PC-1 by key byte: C in bits 55-28, D in bits 27-0
+    uint64_t pc2c[4][128];  // PC-2 of a seven-bit chunk of C, as split round-key words
+    uint64_t pc2d[4][128];  // the same for D
+    uint8_t bits6[64][8];   // a six-bit group as bit-bytes, padded to eight bytes
 };
 
 constexpr Tables buildTables() {
@@ -61,8 +67,8 @@ constexpr Tables buildTables() {
             uint64_t in = v << (56 - 8 * i);
             t.ip[i][v] = rotateHalves(permute(in, 64, kInitialPerm, 64));
             t.fp[i][v] = permute(unrotateHalves(in), 64, kFinalPerm, 64);
-            t.pc1[i][v] = permute(in, 64, kPermChoice1C, 28) << 28 |
-                          permute(in, 64, kPermChoice1D, 28);
+            t.pc1[i][v] =
+                permute(in, 64, kPermChoice1C, 28) << 28 | permute(in, 64, kPermChoice1D, 28);
         }
     }
     for (int box = 0; box < 8; ++box) {
@@ -89,9 +95,8 @@ inline uint32_t feistel(uint32_t r, uint32_t ka, uint32_t kb) {
     const auto &sp = kTables.sp;
     uint32_t u = r ^ ka;
     uint32_t t = rotr32(r, 4) ^ kb;
-    return sp[0][u >> 26] ^ sp[2][(u >> 18) & 63] ^ sp[4][(u >> 10) & 63] ^
-           sp[6][(u >> 2) & 63] ^ sp[7][t >> 26] ^ sp[1][(t >> 18) & 63] ^
-           sp[3][(t >> 10) & 63] ^ sp[5][(t >> 2) & 63];
+    return sp[0][u >> 26] ^ sp[2][(u >> 18) & 63] ^ sp[4][(u >> 10) & 63] ^ sp[6][(u >> 2) & 63] ^
+           sp[7][t >> 26] ^ sp[1][(t >> 18) & 63] ^ sp[3][(t >> 10) & 63] ^ sp[5][(t >> 2) & 63];
 }
 
 // Sixteen rounds followed by the swap of the halves that precedes the final permutation.
@@ -164,8 +169,10 @@ int tripleDes(const unsigned char *key, int keyLen, const unsigned char *in, int
         uint32_t l, r;
         loadBlock(in + 8 * n, l, r);
         if (keyLen == 8) {
-            if (dir == Direction::kEncrypt) encryptRounds(l, r, k1);
-            else decryptRounds(l, r, k1);
+            if (dir == Direction::kEncrypt)
+                encryptRounds(l, r, k1);
+            else
+                decryptRounds(l, r, k1);
         } else if (dir == Direction::kEncrypt) {
             encryptRounds(l, r, k1);
             decryptRounds(l, r, k2);
@@ -211,9 +218,8 @@ void storeSchedule(const Schedule &ks) {
     for (int round = 0; round < 16; ++round, out += 48) {
         const uint32_t a = ks.a[round];
         const uint32_t b = ks.b[round];
-        const uint32_t groups[8] = {a >> 26,        (b >> 18) & 63, (a >> 18) & 63,
-                                    (b >> 10) & 63, (a >> 10) & 63, (b >> 2) & 63,
-                                    (a >> 2) & 63,  b >> 26};
+        const uint32_t groups[8] = {a >> 26,        (b >> 18) & 63, (a >> 18) & 63, (b >> 10) & 63,
+                                    (a >> 10) & 63, (b >> 2) & 63,  (a >> 2) & 63,  b >> 26};
         for (int j = 0; j < 7; ++j) std::memcpy(out + 6 * j, kTables.bits6[groups[j]], 8);
         std::memcpy(out + 42, kTables.bits6[groups[7]], round == 15 ? 6 : 8);
     }

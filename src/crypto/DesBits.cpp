@@ -42,8 +42,8 @@ POS_API void compress016(const unsigned char *in, char *out) {
     for (int i = 0; i < 16; ++i) {
         const unsigned char *b = in + 4 * i;
         // '0' + value, so 10-15 read ':' to '?'; kept for compatibility with existing callers.
-        out[i] = static_cast<char>('0' + 8 * (b[0] & 1) + 4 * (b[1] & 1) + 2 * (b[2] & 1) +
-                                   (b[3] & 1));
+        out[i] =
+            static_cast<char>('0' + 8 * (b[0] & 1) + 4 * (b[1] & 1) + 2 * (b[2] & 1) + (b[3] & 1));
     }
 }
 
@@ -124,8 +124,8 @@ POS_API void F(int round, const unsigned char *l, const unsigned char *r, unsign
     std::memcpy(newR, right, 32);
 }
 
-POS_API void memcpydata(unsigned char *dst, int dstOffset, const unsigned char *src,
-                        int srcOffset, int count) {
+POS_API void memcpydata(unsigned char *dst, int dstOffset, const unsigned char *src, int srcOffset,
+                        int count) {
     if (dst == nullptr || src == nullptr || count <= 0) return;
     std::memmove(dst + dstOffset, src + srcOffset, static_cast<size_t>(count));
 }

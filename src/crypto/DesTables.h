@@ -7,6 +7,7 @@
 
 namespace pos::des {
 
+// clang-format off
 constexpr uint32_t kInitialPerm[64] = {
     58, 50, 42, 34, 26, 18, 10, 2, 60, 52, 44, 36, 28, 20, 12, 4,
     62, 54, 46, 38, 30, 22, 14, 6, 64, 56, 48, 40, 32, 24, 16, 8,
@@ -79,6 +80,7 @@ constexpr uint8_t kSBox[8][64] = {
      1,  15, 13, 8, 10, 3,  7,  4,  12, 5,  6,  11, 0,  14, 9,  2,
      7,  11, 4,  1, 9,  12, 14, 2,  0,  6,  10, 13, 15, 3,  5,  8,
      2,  1,  14, 7, 4,  10, 8,  13, 15, 12, 9,  0,  3,  5,  6,  11}};
+// clang-format on
 
 // Value of S-box `box` for a six-bit input whose first bit is the most significant.
 constexpr uint8_t sBoxLookup(int box, uint32_t sixBits) {

@@ -56,17 +56,20 @@ struct Accumulator {
     // shuffles the 128-bit product through extra registers and made RSA ~15% slower.
     inline void mulAdd(uint64_t a, uint64_t b) {
         uint64_t high;
-        __asm__("mulq %[b]\n\t"
-                "addq %%rax, %[lo]\n\t"
-                "adcq %%rdx, %[mid]\n\t"
-                "adcq $0, %[hi]"
-                : [lo] "+r"(lo), [mid] "+r"(mid), [hi] "+r"(hi), "+a"(a), "=d"(high)
-                : [b] "rm"(b)
-                : "cc");
+        __asm__(
+            "mulq %[b]\n\t"
+            "addq %%rax, %[lo]\n\t"
+            "adcq %%rdx, %[mid]\n\t"
+            "adcq $0, %[hi]"
+            : [lo] "+r"(lo), [mid] "+r"(mid), [hi] "+r"(hi), "+a"(a), "=d"(high)
+            : [b] "rm"(b)
+            : "cc");
         (void)high;
     }
 #else
-    inline void mulAdd(uint64_t a, uint64_t b) { add(u128{a} * b); }
+    inline void mulAdd(uint64_t a, uint64_t b) {
+        add(u128{a} * b);
+    }
 #endif
     // Moves on to the next column, returning the finished low word.
     inline uint64_t shift() {
@@ -232,7 +235,9 @@ unsigned windowFor(unsigned bits) {
     return kMaxWindow;
 }
 
-bool bitOf(const NN_DIGIT *c, unsigned k) { return (c[k / 32] >> (k % 32)) & 1; }
+bool bitOf(const NN_DIGIT *c, unsigned k) {
+    return (c[k / 32] >> (k % 32)) & 1;
+}
 
 // acc <- x^c in Montgomery form by a left-to-right sliding window; c is not zero.
 template <unsigned kLimbs>
@@ -313,10 +318,18 @@ void montgomeryModExp(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigne
     }
 
     switch (m.limbs) {
-    case 8: modExp<8>(result, x, c, bits, m); break;     // 512-bit moduli
-    case 16: modExp<16>(result, x, c, bits, m); break;   // 1024
-    case 32: modExp<32>(result, x, c, bits, m); break;   // 2048
-    default: modExp<0>(result, x, c, bits, m); break;
+        case 8:
+            modExp<8>(result, x, c, bits, m);
+            break;  // 512-bit moduli
+        case 16:
+            modExp<16>(result, x, c, bits, m);
+            break;  // 1024
+        case 32:
+            modExp<32>(result, x, c, bits, m);
+            break;  // 2048
+        default:
+            modExp<0>(result, x, c, bits, m);
+            break;
     }
     fromLimbs(a, dDigits, result, m.limbs);
     std::memset(x, 0, sizeof x);

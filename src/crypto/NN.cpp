@@ -38,8 +38,7 @@ void divide(NN_DIGIT *q, NN_DIGIT *r, const NN_DIGIT *c, unsigned cDigits, const
         uint64_t num = (uint64_t{rem[j + n]} << 32) | rem[j + n - 1];
         uint64_t qhat = num / top;
         uint64_t rhat = num % top;
-        while (qhat > 0xFFFFFFFFu ||
-               (n >= 2 && qhat * next > ((rhat << 32) | rem[j + n - 2]))) {
+        while (qhat > 0xFFFFFFFFu || (n >= 2 && qhat * next > ((rhat << 32) | rem[j + n - 2]))) {
             --qhat;
             rhat += top;
             if (rhat > 0xFFFFFFFFu) break;
@@ -95,8 +94,7 @@ void modExpClassic(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigned c
 
 extern "C" {
 
-POS_API void NN_Decode(NN_DIGIT *a, unsigned int digits, const unsigned char *b,
-                       unsigned int len) {
+POS_API void NN_Decode(NN_DIGIT *a, unsigned int digits, const unsigned char *b, unsigned int len) {
     long j = static_cast<long>(len) - 1;
     unsigned i = 0;
     for (; i < digits && j >= 0; ++i) {
@@ -107,8 +105,7 @@ POS_API void NN_Decode(NN_DIGIT *a, unsigned int digits, const unsigned char *b,
     for (; i < digits; ++i) a[i] = 0;
 }
 
-POS_API void NN_Encode(unsigned char *a, unsigned int len, const NN_DIGIT *b,
-                       unsigned int digits) {
+POS_API void NN_Encode(unsigned char *a, unsigned int len, const NN_DIGIT *b, unsigned int digits) {
     long j = static_cast<long>(len) - 1;
     for (unsigned i = 0; i < digits && j >= 0; ++i) {
         NN_DIGIT t = b[i];

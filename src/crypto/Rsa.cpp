@@ -19,8 +19,8 @@ unsigned modulusBytes(const R_RSA_PUBLIC_KEY &key) {
 }
 
 // out <- in^e mod n, as many bytes as the modulus.
-int rawPublic(unsigned char *out, unsigned int *outLen, const unsigned char *in,
-              unsigned int inLen, const R_RSA_PUBLIC_KEY &key) {
+int rawPublic(unsigned char *out, unsigned int *outLen, const unsigned char *in, unsigned int inLen,
+              const R_RSA_PUBLIC_KEY &key) {
     NN_DIGIT c[NN_MAX_DIGITS], e[NN_MAX_DIGITS], m[NN_MAX_DIGITS], n[NN_MAX_DIGITS];
     NN_Decode(m, NN_MAX_DIGITS, in, inLen);
     NN_Decode(n, NN_MAX_DIGITS, key.modulus, RSA_MAX_MODULUS_LEN);

@@ -5,8 +5,7 @@
 
 namespace {
 
-template <typename Context, int (*Init)(Context *),
-          int (*Update)(Context *, const void *, size_t),
+template <typename Context, int (*Init)(Context *), int (*Update)(Context *, const void *, size_t),
           int (*Final)(unsigned char *, Context *)>
 int digest(const unsigned char *data, int len, unsigned char *out) {
     // A negative length would become a huge size_t; refuse it like a null pointer.

@@ -18,9 +18,15 @@ constexpr int kKeyGenFailed = -2402;
 constexpr int kMaxRandomLength = 1024;
 constexpr unsigned long kPublicExponent = 65537;
 
-bool validDesKeyLength(int len) { return len == 8 || len == 16 || len == 24; }
-bool validAesKeyLength(int len) { return len == 16 || len == 24 || len == 32; }
-bool validRsaLength(int len) { return len == 64 || len == 128 || len == 256 || len == 512; }
+bool validDesKeyLength(int len) {
+    return len == 8 || len == 16 || len == 24;
+}
+bool validAesKeyLength(int len) {
+    return len == 16 || len == 24 || len == 32;
+}
+bool validRsaLength(int len) {
+    return len == 64 || len == 128 || len == 256 || len == 512;
+}
 
 // A key with n and e = 65537, and d when given (otherwise an empty d: a public key).
 RSA *makeKey(const unsigned char *modulus, int len, const unsigned char *privateExp) {
@@ -151,12 +157,23 @@ POS_API void OsSHA(int type, const unsigned char *data, int len, unsigned char *
     // Zero-length data gives no digest here, unlike SHA*Calc; kept for compatibility.
     if (data == nullptr || digest == nullptr || len < 1) return;
     switch (type) {
-    case OS_SHA1: SHA1Calc(data, len, digest); break;
-    case OS_SHA224: SHA224Calc(data, len, digest); break;
-    case OS_SHA256: SHA256Calc(data, len, digest); break;
-    case OS_SHA384: SHA384Calc(data, len, digest); break;
-    case OS_SHA512: SHA512Calc(data, len, digest); break;
-    default: break;
+        case OS_SHA1:
+            SHA1Calc(data, len, digest);
+            break;
+        case OS_SHA224:
+            SHA224Calc(data, len, digest);
+            break;
+        case OS_SHA256:
+            SHA256Calc(data, len, digest);
+            break;
+        case OS_SHA384:
+            SHA384Calc(data, len, digest);
+            break;
+        case OS_SHA512:
+            SHA512Calc(data, len, digest);
+            break;
+        default:
+            break;
     }
 }
 

@@ -28,7 +28,9 @@ inline std::string toHex(const unsigned char *p, size_t n) {
     }
     return s;
 }
-inline std::string toHex(const Bytes &b) { return toHex(b.data(), b.size()); }
+inline std::string toHex(const Bytes &b) {
+    return toHex(b.data(), b.size());
+}
 
 // Deterministic so a failure reproduces.
 inline std::mt19937 &rng() {

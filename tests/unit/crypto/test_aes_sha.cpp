@@ -59,8 +59,7 @@ TEST(Aes, MatchesLibcryptoOnRandomKeysAndBlocks) {
     for (int i = 0; i < 3000; ++i) {
         Bytes key = randomBytes(16 + 8 * (i % 3)), in = randomBytes(16), out(16);
         bool encrypt = (i / 3) % 2 == 0;
-        (encrypt ? aes_encrypt2 : aes_decrypt2)(key.data(), int(key.size()), out.data(),
-                                                in.data());
+        (encrypt ? aes_encrypt2 : aes_decrypt2)(key.data(), int(key.size()), out.data(), in.data());
         ASSERT_EQ(out, referenceAes(key, in, encrypt)) << toHex(key) << " " << toHex(in);
     }
 }
@@ -98,15 +97,14 @@ TEST(Sha, StandardMessages) {
     auto run = [](int (*fn)(const unsigned char *, int, unsigned char *), size_t size,
                   const std::string &msg) {
         Bytes digest(size);
-        EXPECT_EQ(fn(reinterpret_cast<const unsigned char *>(msg.data()), int(msg.size()),
-                     digest.data()),
-                  1);
+        EXPECT_EQ(
+            fn(reinterpret_cast<const unsigned char *>(msg.data()), int(msg.size()), digest.data()),
+            1);
         return toHex(digest);
     };
     EXPECT_EQ(run(SHA1Calc, 20, abc), "a9993e364706816aba3e25717850c26c9cd0d89d");
     EXPECT_EQ(run(SHA1Calc, 20, two), "84983e441c3bd26ebaae4aa1f95129e5e54670f1");
-    EXPECT_EQ(run(SHA224Calc, 28, abc),
-              "23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7");
+    EXPECT_EQ(run(SHA224Calc, 28, abc), "23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7");
     EXPECT_EQ(run(SHA256Calc, 32, abc),
               "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
     EXPECT_EQ(run(SHA256Calc, 32, two),

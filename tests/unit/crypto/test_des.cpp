@@ -65,7 +65,9 @@ Bytes scheduleOf(const Bytes &key) {
     return Bytes(&K[1][0], &K[1][0] + 16 * 48);
 }
 
-Bytes currentK() { return Bytes(&K[1][0], &K[1][0] + 16 * 48); }
+Bytes currentK() {
+    return Bytes(&K[1][0], &K[1][0] + 16 * 48);
+}
 
 }  // namespace
 
@@ -87,8 +89,14 @@ TEST(Des, PublishedVectors) {
 
     // Three-key triple DES over three blocks in one call.
     Bytes key = fromHex("0123456789abcdef23456789abcdef01456789abcdef0123");
-    Bytes plain = fromHex("5468652071756663" "6b2062726f776e20" "666f78206a756d70");
-    const char *cipher = "a826fd8ce53b855f" "cce21c8112256fe6" "68d5c05dd9b6b900";
+    Bytes plain = fromHex(
+        "5468652071756663"
+        "6b2062726f776e20"
+        "666f78206a756d70");
+    const char *cipher =
+        "a826fd8ce53b855f"
+        "cce21c8112256fe6"
+        "68d5c05dd9b6b900";
     EXPECT_EQ(toHex(tripleDes(key, plain, true)), cipher);
     EXPECT_EQ(tripleDes(key, fromHex(cipher), false), plain);
 }
@@ -102,8 +110,8 @@ TEST(Des, MatchesLibcryptoOnRandomKeysAndBlocks) {
         ASSERT_EQ(tripleDes(key, in, encrypt), referenceTripleDes(key, in, encrypt))
             << "key " << toHex(key) << " in " << toHex(in) << (encrypt ? " enc" : " dec");
         Bytes block(in.begin(), in.begin() + 8);
-        ASSERT_EQ(des(key, block, encrypt), referenceTripleDes(Bytes(key.begin(), key.begin() + 8),
-                                                               block, encrypt));
+        ASSERT_EQ(des(key, block, encrypt),
+                  referenceTripleDes(Bytes(key.begin(), key.begin() + 8), block, encrypt));
     }
 }
 
@@ -172,7 +180,7 @@ TEST(Des, BitByteConversions) {
     Bytes block = fromHex("0123456789abcdef");
     unsigned char bits[64];
     expand0(block.data(), bits);
-    EXPECT_EQ(bits[7], 1);   // 0x01: only the last bit of the first byte
+    EXPECT_EQ(bits[7], 1);  // 0x01: only the last bit of the first byte
     EXPECT_EQ(bits[0], 0);
     EXPECT_EQ(bits[56], 1);  // 0xef: most significant bit first
     EXPECT_EQ(bits[59], 0);

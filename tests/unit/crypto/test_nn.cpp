@@ -54,7 +54,9 @@ Digits randomNumber(size_t count, size_t minSignificant = 0) {
     return d;
 }
 
-size_t randomCount(size_t max) { return 1 + rng()() % max; }
+size_t randomCount(size_t max) {
+    return 1 + rng()() % max;
+}
 
 }  // namespace
 

@@ -74,7 +74,8 @@ TEST(RsaPublic, RawBlocksMatchLibcrypto) {
             Bytes in = randomBelow(n);
             Bytes out(n.size());
             unsigned outLen = 0;
-            ASSERT_EQ(RSAPublicDecrypt(out.data(), &outLen, in.data(), unsigned(in.size()), &key), 0);
+            ASSERT_EQ(RSAPublicDecrypt(out.data(), &outLen, in.data(), unsigned(in.size()), &key),
+                      0);
             ASSERT_EQ(outLen, n.size());
 
             BIGNUM *m = BN_bin2bn(in.data(), int(in.size()), nullptr), *r = BN_new();
