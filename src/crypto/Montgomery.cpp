@@ -81,9 +81,17 @@ struct Accumulator {
     }
 };
 
-// acc += a[0] * b[0] + a[1] * b[-1] + ... over count products (b runs backwards).
+// acc += a[0] * b[0] + a[1] * b[-1] + ... over count products (b runs backwards), four
+// at a time so the loop's own bookkeeping stays out of the multiplications.
 inline void mulAddRun(Accumulator &acc, const uint64_t *a, const uint64_t *b, unsigned count) {
-    for (unsigned j = 0; j < count; ++j, --b) acc.mulAdd(a[j], *b);
+    const uint64_t *end = a + count;
+    for (; a + 4 <= end; a += 4, b -= 4) {
+        acc.mulAdd(a[0], b[0]);
+        acc.mulAdd(a[1], b[-1]);
+        acc.mulAdd(a[2], b[-2]);
+        acc.mulAdd(a[3], b[-3]);
+    }
+    for (; a < end; ++a, --b) acc.mulAdd(*a, *b);
 }
 
 // Subtracts n once if u (s limbs plus an overflow word) is not below n.
