@@ -72,7 +72,8 @@ POS_API void memcpydata(unsigned char *dst, int dstOffset, const unsigned char *
 typedef uint32_t NN_DIGIT;
 #define NN_MAX_DIGITS 65 /* a 2048-bit modulus and a spare digit */
 
-/* a (digits) <- big-endian byte string b of len bytes; excess bytes must be zero. */
+/* a (digits) <- big-endian byte string b of len bytes; high-order bytes that do not fit are
+ * ignored. */
 POS_API void NN_Decode(NN_DIGIT *a, unsigned int digits, const unsigned char *b, unsigned int len);
 /* Big-endian byte string a of len bytes <- b (digits). */
 POS_API void NN_Encode(unsigned char *a, unsigned int len, const NN_DIGIT *b, unsigned int digits);
