@@ -103,6 +103,7 @@ inline uint32_t feistel(uint32_t r, uint32_t ka, uint32_t kb) {
 // Chained DES steps pass the halves on directly: the final permutation of one step and
 // the initial permutation of the next cancel out.
 void encryptRounds(uint32_t &l, uint32_t &r, const Schedule &ks) {
+#pragma GCC unroll 8
     for (int i = 0; i < 16; i += 2) {
         l ^= feistel(r, ks.a[i], ks.b[i]);
         r ^= feistel(l, ks.a[i + 1], ks.b[i + 1]);
@@ -111,6 +112,7 @@ void encryptRounds(uint32_t &l, uint32_t &r, const Schedule &ks) {
 }
 
 void decryptRounds(uint32_t &l, uint32_t &r, const Schedule &ks) {
+#pragma GCC unroll 8
     for (int i = 15; i > 0; i -= 2) {
         l ^= feistel(r, ks.a[i], ks.b[i]);
         r ^= feistel(l, ks.a[i - 1], ks.b[i - 1]);
@@ -198,6 +200,8 @@ void makeSchedule(const unsigned char *key, Schedule &ks) {
     for (int i = 0; i < 8; ++i) cd |= kTables.pc1[i][key[i]];
     uint32_t c = uint32_t(cd >> 28);
     uint32_t d = uint32_t(cd) & 0xFFFFFFF;
+    // Fully unrolled, every rotation has a constant count.
+#pragma GCC unroll 16
     for (int round = 0; round < 16; ++round) {
         c = rotl28(c, int(kShifts[round]));
         d = rotl28(d, int(kShifts[round]));
