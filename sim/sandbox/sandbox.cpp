@@ -19,7 +19,9 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 namespace possim {
 
@@ -165,14 +167,15 @@ void enterRoot(const std::string &root) {
 }
 
 // Builds the whole tree and enters it.
-void buildSandbox(const std::string &outDir) {
+void buildSandbox(const std::vector<std::string> &keepDirs) {
     if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) fail("make / private");
-    // Held open before /tmp is covered, since the output may live under the host's /tmp.
+    // Held open before /tmp is covered, since these may live under the host's /tmp.
     // (A descriptor from before unshare would name the host's namespace: binds refuse it.)
-    int outFd = -1;
-    if (!outDir.empty()) {
-        outFd = open(outDir.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-        if (outFd < 0) fail("open " + outDir);
+    std::vector<int> keepFds;
+    for (const std::string &dir : keepDirs) {
+        int fd = open(dir.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        if (fd < 0) fail("open " + dir);
+        keepFds.push_back(fd);
     }
     const std::string root = kNewRoot;
     mountFs("tmpfs", root, MS_NOSUID, "mode=0755");
@@ -184,11 +187,45 @@ void buildSandbox(const std::string &outDir) {
     mountFs("tmpfs", root + "/customer/kivo", MS_NOSUID | MS_NODEV, "mode=0755");
     makeDirs(root + "/customer/kivo/fonts");
     makeDirs(root + "/customer/kivo/mcudir");
-    if (!outDir.empty()) {
-        bindMount("/proc/self/fd/" + std::to_string(outFd), root + outDir, true);
-        close(outFd);
+    for (size_t i = 0; i < keepDirs.size(); ++i) {
+        bindMount("/proc/self/fd/" + std::to_string(keepFds[i]), root + keepDirs[i], true);
+        close(keepFds[i]);
     }
     enterRoot(root);
+}
+
+// The directory under one of the privately covered trees that holds PATH ("/tmp/ci/build/x"
+// gives "/tmp/ci"), or empty when PATH is not covered.
+std::string coveredTopDir(const std::string &path) {
+    for (const char *covered : {"/tmp/", "/customer/"}) {
+        size_t len = strlen(covered);
+        if (path.compare(0, len, covered) != 0) continue;
+        size_t end = path.find('/', len);
+        return path.substr(0, end);
+    }
+    return "";
+}
+
+// What the run needs of the host's covered trees: its output, its working directory, the
+// programs it starts (pos-sim's own directory and the command's).
+std::vector<std::string> dirsToKeep(const SandboxOptions &options, const std::string &cwd,
+                                    const std::string &program) {
+    std::vector<std::string> keep = options.keepDirs;
+    if (!options.outDir.empty()) keep.push_back(options.outDir);
+    char real[PATH_MAX];
+    std::vector<std::string> used = {cwd};
+    ssize_t n = readlink("/proc/self/exe", real, sizeof real - 1);
+    if (n > 0) used.push_back(std::string(real, n));
+    if (program.find('/') != std::string::npos && realpath(program.c_str(), real) != nullptr)
+        used.push_back(real);
+    for (const std::string &path : used) {
+        std::string top = coveredTopDir(path);
+        if (!top.empty() && top != "/tmp" && top != "/customer") keep.push_back(top);
+    }
+    // Outer directories first, so an inner one is not hidden by its parent's mount.
+    std::sort(keep.begin(), keep.end());
+    keep.erase(std::unique(keep.begin(), keep.end()), keep.end());
+    return keep;
 }
 
 void writeIdMaps(uid_t uid, gid_t gid) {
@@ -275,7 +312,7 @@ void tearDown(pid_t services) {
 [[noreturn]] void sandboxInit(const SandboxOptions &options, const ServicesMain &services,
                               const std::vector<std::string> &command, const std::string &cwd) {
     try {
-        buildSandbox(options.outDir);
+        buildSandbox(options.keepDirs);
     } catch (const Failure &f) {
         fprintf(stderr, "pos-sim: sandbox: %s\n", f.what.c_str());
         _exit(125);
@@ -375,6 +412,7 @@ int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
     }
     char cwd[PATH_MAX];
     if (getcwd(cwd, sizeof cwd) == nullptr) strcpy(cwd, "/");
+    opts.keepDirs = dirsToKeep(opts, cwd, command[0]);
 
     pid_t keeper = fork();
     if (keeper < 0) {

@@ -15,6 +15,11 @@ namespace possim {
 struct SandboxOptions {
     // Host directory bind-mounted at the same path inside; created if missing. Empty: none.
     std::string outDir;
+    // Host directories that must stay visible at the same path inside although a private
+    // mount covers them (a build tree under the host's /tmp, say). Filled by runInSandbox
+    // with what the run itself needs: the working directory, pos-sim's own directory and
+    // the command's.
+    std::vector<std::string> keepDirs;
     // How long the services may take to become ready.
     int readyTimeoutMs = 10000;
 };
