@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -22,6 +24,23 @@ bool withinRoot(const fs::path &path, const std::string &root) {
     std::string p = path.string();
     return p == root || (p.size() > root.size() && p.compare(0, root.size(), root) == 0 &&
                          p[root.size()] == '/');
+}
+
+// A mount point as /proc/self/mountinfo writes it: blanks and backslashes as octal escapes.
+std::string unescapeMountPoint(const std::string &field) {
+    auto isOctal = [](char c) { return c >= '0' && c <= '7'; };
+    std::string out;
+    for (size_t i = 0; i < field.size(); ++i) {
+        if (field[i] == '\\' && i + 3 < field.size() && isOctal(field[i + 1]) &&
+            isOctal(field[i + 2]) && isOctal(field[i + 3])) {
+            out +=
+                char((field[i + 1] - '0') * 64 + (field[i + 2] - '0') * 8 + (field[i + 3] - '0'));
+            i += 3;
+        } else {
+            out += field[i];
+        }
+    }
+    return out;
 }
 
 bool parseMode(const std::string &text, fs::perms &mode) {
@@ -76,16 +95,43 @@ bool splitWords(const std::string &line, std::vector<std::string> &words) {
     return true;
 }
 
-bool CommandInterpreter::allowed(const std::string &path) const {
+std::vector<std::string> CommandInterpreter::hostMounts() const {
+    std::vector<std::string> found;
+    std::ifstream in(mountInfo_);
+    std::string line;
+    while (std::getline(in, line)) {
+        std::istringstream fields(line);
+        std::string id, parent, device, source, point;
+        if (!(fields >> id >> parent >> device >> source >> point)) continue;
+        point = unescapeMountPoint(point);
+        bool isRoot = false, insideRoot = false;
+        for (const auto &root : roots_) {
+            isRoot = isRoot || point == root;
+            insideRoot = insideRoot || withinRoot(point, root);
+        }
+        if (insideRoot && !isRoot) found.push_back(point);
+    }
+    return found;
+}
+
+bool CommandInterpreter::allowed(const std::string &path, bool wholeTree) const {
     if (path.empty() || path[0] != '/') return false;
     fs::path lexical = fs::path(path).lexically_normal();
     std::error_code ec;
     fs::path resolved = fs::weakly_canonical(lexical, ec);
     if (ec) return false;
+    bool inRoot = false;
     for (const auto &root : roots_) {
-        if (withinRoot(lexical, root) && withinRoot(resolved, root)) return true;
+        inRoot = inRoot || (withinRoot(lexical, root) && withinRoot(resolved, root));
     }
-    return false;
+    if (!inRoot) return false;
+    // The run's own output and working directories may be bound in from the host's /tmp:
+    // they are the host's files, not the terminal's.
+    for (const auto &mount : hostMounts()) {
+        if (withinRoot(resolved, mount)) return false;
+        if (wholeTree && withinRoot(mount, resolved.string())) return false;
+    }
+    return true;
 }
 
 CommandResult CommandInterpreter::run(const std::string &line, PowerAction &power) const {
@@ -121,6 +167,7 @@ CommandResult CommandInterpreter::copy(const std::vector<std::string> &args) con
     std::error_code ec;
     fs::path dst = paths[1];
     if (fs::is_directory(dst, ec)) dst /= fs::path(paths[0]).filename();
+    if (!allowed(dst.string(), recursive)) return fail("not allowed: " + dst.string());
     auto options = fs::copy_options::overwrite_existing | fs::copy_options::copy_symlinks;
     if (recursive) options |= fs::copy_options::recursive;
     if (fs::is_directory(paths[0], ec) && !recursive) return fail("omitting directory " + paths[0]);
@@ -141,7 +188,7 @@ CommandResult CommandInterpreter::remove(const std::vector<std::string> &args) c
     }
     if (first == args.size()) return fail("rm needs a path");
     for (size_t i = first; i < args.size(); ++i) {
-        if (!allowed(args[i])) return fail("not allowed: " + args[i]);
+        if (!allowed(args[i], true)) return fail("not allowed: " + args[i]);
     }
     for (size_t i = first; i < args.size(); ++i) {
         std::error_code ec;
@@ -154,12 +201,12 @@ CommandResult CommandInterpreter::remove(const std::vector<std::string> &args) c
 
 CommandResult CommandInterpreter::move(const std::vector<std::string> &args) const {
     if (args.size() != 2) return fail("mv needs a source and a destination");
-    for (const auto &p : args) {
-        if (!allowed(p)) return fail("not allowed: " + p);
-    }
+    if (!allowed(args[0], true)) return fail("not allowed: " + args[0]);
+    if (!allowed(args[1])) return fail("not allowed: " + args[1]);
     std::error_code ec;
     fs::path dst = args[1];
     if (fs::is_directory(dst, ec)) dst /= fs::path(args[0]).filename();
+    if (!allowed(dst.string(), true)) return fail("not allowed: " + dst.string());
     fs::rename(args[0], dst, ec);
     if (ec && ec.value() == EXDEV) {
         // Different private mounts: copy, then remove the source.
@@ -179,7 +226,7 @@ CommandResult CommandInterpreter::changeMode(const std::vector<std::string> &arg
     fs::perms mode;
     if (rest.size() != 2 || !parseMode(rest[0], mode)) return fail("chmod needs MODE PATH");
     const std::string &path = rest[1];
-    if (!allowed(path)) return fail("not allowed: " + path);
+    if (!allowed(path, recursive)) return fail("not allowed: " + path);
     std::error_code ec;
     fs::permissions(path, mode, ec);
     if (ec) return fail(ec.message());

@@ -1,6 +1,6 @@
 // The init command server runs shell command lines with root rights on a terminal. The
 // simulator instead interprets the few shapes the library sends, and only on paths inside
-// the sandbox's private mounts:
+// the sandbox's private mounts (never on host directories the sandbox binds into them):
 //   cp SRC DST | cp -rf SRC DST | rm [-rf] PATH... | mv SRC DST | chmod [-R] MODE PATH
 //   echo TEXT > FILE | reboot | poweroff
 #ifndef POS_SIM_SERVERS_COMMAND_INTERPRETER_H
@@ -21,14 +21,19 @@ enum class PowerAction { kNone, kReboot, kPowerOff };
 
 class CommandInterpreter {
   public:
-    // ROOTS are the private mounts commands may act on ("/tmp", "/customer", ...).
-    explicit CommandInterpreter(std::vector<std::string> roots) : roots_(std::move(roots)) {}
+    // ROOTS are the private mounts commands may act on ("/tmp", "/customer", ...). Every
+    // private mount inside a root must itself be listed as a root: any other mount point
+    // found inside a root (read from MOUNTINFO) is a host directory bound in, and is refused.
+    explicit CommandInterpreter(std::vector<std::string> roots,
+                                std::string mountInfo = "/proc/self/mountinfo")
+        : roots_(std::move(roots)), mountInfo_(std::move(mountInfo)) {}
 
     CommandResult run(const std::string &line, PowerAction &power) const;
 
     // True when PATH, after resolving "." and ".." and any symbolic links, lies inside one
-    // of the roots.
-    bool allowed(const std::string &path) const;
+    // of the roots and not inside a host directory bound into it. With WHOLETREE, PATH must
+    // not hold such a directory either (it is removed, moved or changed recursively).
+    bool allowed(const std::string &path, bool wholeTree = false) const;
 
   private:
     CommandResult copy(const std::vector<std::string> &args) const;
@@ -37,7 +42,10 @@ class CommandInterpreter {
     CommandResult changeMode(const std::vector<std::string> &args) const;
     CommandResult echo(const std::vector<std::string> &args) const;
 
+    std::vector<std::string> hostMounts() const;
+
     std::vector<std::string> roots_;
+    std::string mountInfo_;
 };
 
 // Splits a command line into words; single and double quotes group words. Returns false

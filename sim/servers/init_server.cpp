@@ -15,9 +15,11 @@ constexpr int kReadTimeoutMs = 2000;
 constexpr size_t kRequestBytes = 516;
 constexpr size_t kShellAnswerBytes = 128;
 
-// Only the sandbox's private mounts: nothing a command does reaches the host.
+// Only the sandbox's private mounts: nothing a command does reaches the host. Every mount
+// the sandbox makes under these is listed too; any other one was bound in from the host.
 std::vector<std::string> privateRoots() {
-    return {"/tmp", "/dev/shm", "/customer", "/sys", "/dev/chn", "/dev/ttyGS0"};
+    return {"/tmp", "/dev/shm", "/customer",  "/customer/kivo",
+            "/sys", "/dev/chn", "/dev/chn/4", "/dev/ttyGS0"};
 }
 
 }  // namespace

@@ -79,11 +79,17 @@ TEST_F(SandboxTest, LeavesTheHostUntouchedAndEndsEveryProcess) {
                          "(sleep 2; touch " +
                          out_.string() +
                          "/late) &\n"
+                         // The output directory is the host's, bound into the private /tmp:
+                         // the init command server must leave it alone.
+                         POS_PKG " sh 'chmod 777 /dev/chn/4'\n" POS_PKG
+                         " sh 'rm -rf /tmp'\n"
                          "exit 7\n";
     EXPECT_EQ(run("", "", script), 7);
 
     EXPECT_EQ(readFile(out_ / "seen"), "inside\n");
-    EXPECT_TRUE(fs::exists(out_ / "requests.log"));
+    std::string log = readFile(out_ / "requests.log");
+    EXPECT_NE(log.find("\"chmod 777 /dev/chn/4\" -> \"ok\""), std::string::npos) << log;
+    EXPECT_NE(log.find("\"rm -rf /tmp\" -> \"error: not allowed"), std::string::npos) << log;
     EXPECT_FALSE(fs::exists("/tmp/" + probe));
     EXPECT_FALSE(fs::exists("/dev/shm/" + probe));
     EXPECT_EQ(fs::exists("/customer"), hadCustomer);

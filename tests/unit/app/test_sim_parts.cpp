@@ -105,6 +105,40 @@ TEST_F(InterpreterTest, RefusesEverythingOutsideThePrivateMounts) {
     EXPECT_FALSE(fs::exists(root_ / "stolen"));
 }
 
+TEST_F(InterpreterTest, LeavesHostDirectoriesBoundIntoTheRootsAlone) {
+    // root/host stands for a host directory the sandbox binds into its private /tmp;
+    // root/priv for a private mount of its own (listed as a root).
+    std::string r = root_.string();
+    fs::create_directories(root_ / "host");
+    fs::create_directories(root_ / "priv");
+    std::ofstream(root_ / "host" / "build.txt") << "host";
+    std::string mounts = (base_ / "mountinfo").string();
+    std::ofstream(mounts) << "20 1 0:5 / / rw - tmpfs tmpfs rw\n"
+                          << "31 20 8:1 /ci " << r << "/host rw - ext4 /dev/sda1 rw\n"
+                          << "32 20 0:7 / " << r << "/priv rw - tmpfs tmpfs rw\n";
+    CommandInterpreter interpreter({r, r + "/priv"}, mounts);
+    PowerAction power;
+    for (const std::string &line : std::vector<std::string>{
+             "rm -rf " + r + "/host/build.txt",
+             "rm -rf " + r,
+             "echo 0 > " + r + "/host/build.txt",
+             "cp " + r + "/dir/a.txt " + r + "/host",
+             "mv " + r + "/host " + r + "/moved",
+             "mv " + r + "/dir " + r + "/host",
+             "chmod -R 700 " + r,
+         }) {
+        EXPECT_FALSE(interpreter.run(line, power).ok) << line;
+    }
+    EXPECT_EQ(readFile(root_ / "host" / "build.txt"), "host");
+    EXPECT_TRUE(fs::exists(root_ / "dir" / "a.txt"));
+
+    // Private mounts and plain directories beside the host one still take commands.
+    EXPECT_TRUE(interpreter.run("echo 1 > " + r + "/priv/v", power).ok);
+    EXPECT_TRUE(interpreter.run("chmod 700 " + r, power).ok);
+    EXPECT_TRUE(interpreter.run("rm -rf " + r + "/dir", power).ok);
+    EXPECT_FALSE(fs::exists(root_ / "dir"));
+}
+
 TEST(ScenarioTest, DefaultsFillWhatAFileLeavesOut) {
     Scenario s;
     std::string error;
