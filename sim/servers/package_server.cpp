@@ -9,6 +9,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -274,6 +275,7 @@ void PackageServer::watchChild(pid_t pid, const std::string &name) {
     if (getText(slot.name(), 32) == name.substr(0, 31) &&
         getText(slot.state(), 16).find("busy") != std::string::npos) {
         putText(slot.value(), 32, std::to_string(code));
+        std::atomic_thread_fence(std::memory_order_release);  // the code before "idle"
         putText(slot.state(), 16, "idle");
     }
 }

@@ -13,6 +13,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdint>
 
 #include "PkgWire.h"
@@ -364,7 +365,11 @@ bool childIsBusy(const ChildSlot &slot) {
 int collectExitCode(ChildSlot &slot, const char *name, char *value) {
     char owner[sizeof slot.name + 1];
     readSharedField(owner, sizeof owner, slot.name, sizeof slot.name);
-    if (strcmp(owner, name) != 0) {
+    // The slot holds what fits of the name (31 characters): a longer name is compared by
+    // that much, or its parent could never collect the code.
+    char wanted[sizeof slot.name];
+    copyField(wanted, sizeof wanted, name);
+    if (strcmp(owner, wanted) != 0) {
         printf("ERROR,not my child app\r\n");
         return -2;
     }
@@ -372,6 +377,8 @@ int collectExitCode(ChildSlot &slot, const char *name, char *value) {
         Log_Debug("The child app runing.\r\n");
         usleep(100000);
     }
+    // Pairs with the child's release: "idle" seen means its exit code is visible too.
+    std::atomic_thread_fence(std::memory_order_acquire);
     readSharedField(value, sizeof slot.value, slot.value, sizeof slot.value);
     return 0;
 }
@@ -496,6 +503,8 @@ POS_API int PkgGetExitCode(int code, const char *name) {
         snprintf(text, sizeof text, "%d", code);
         copyField(s.name, sizeof s.name, name);
         copyField(s.value, sizeof s.value, text);
+        // The state is the parent's only signal: the code must be in place before "idle".
+        std::atomic_thread_fence(std::memory_order_release);
         copyField(s.state, sizeof s.state, "idle");
     }
     exit(code);

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -189,6 +190,16 @@ TEST(PackageServer, ChildExitCodeComesBackThroughSlotZero) {
     char quitterName[] = "quitter";
     EXPECT_EQ(PkgAppGetEnv(0, quitterName, value), 0);
     EXPECT_STREQ(value, "3");
+
+    // A name longer than the slot's field: the parent still knows its child by what fits.
+    std::string longName(40, 'n');
+    pkg = makePackage("long", longName, "1.0.0-1", APP_CHILD);
+    ASSERT_EQ(OsInstallFile(0, pkg.c_str(), 1), 0);
+    char longArgs[2][32] = {"9"};
+    snprintf(longArgs[1], sizeof longArgs[1], "%s", longName.c_str());
+    ASSERT_EQ(OsRunAppEx(longName.c_str(), 2, longArgs), 0);
+    EXPECT_EQ(PkgAppGetEnv(0, &longName[0], value), 0);
+    EXPECT_STREQ(value, "9");
 
     EXPECT_EQ(OsRunApp("not-installed"), -1002);
 }
