@@ -42,15 +42,17 @@ std::vector<uint32_t> writeUntilKilled(const std::string &dir, uint32_t firstId,
     pid_t child = fork();
     if (child == 0) runWriter(dir, firstId, fds[1]);
     close(fds[1]);
+    // The kill comes a random time after the first append: opening the database and the
+    // table first can take longer than the whole delay on a loaded machine.
+    std::vector<uint32_t> ids;
+    uint32_t id;
+    if (read(fds[0], &id, sizeof id) == static_cast<ssize_t>(sizeof id)) ids.push_back(id);
     usleep(static_cast<useconds_t>(delayUs));
     kill(child, SIGKILL);
     int status = 0;
     waitpid(child, &status, 0);
     EXPECT_TRUE(WIFSIGNALED(status)) << "writer ended early with " << WEXITSTATUS(status);
-    std::vector<uint32_t> ids;
-    for (uint32_t id; read(fds[0], &id, sizeof id) == static_cast<ssize_t>(sizeof id);) {
-        ids.push_back(id);
-    }
+    while (read(fds[0], &id, sizeof id) == static_cast<ssize_t>(sizeof id)) ids.push_back(id);
     close(fds[0]);
     return ids;
 }
