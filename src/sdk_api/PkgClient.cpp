@@ -166,27 +166,13 @@ int receiveCommandAnswer(int fd, int cmd, const Deadline &deadline) {
     return answer;
 }
 
-int exchangeCommand(int fd, int timeoutSec, int cmd, const char *text) {
+// The 516-byte command request: code, then TEXT cut to the field (null reads as empty).
+bool sendCommandRequest(int fd, int cmd, const char *text) {
     CommandRequest request;
     memset(&request, 0, sizeof request);
     request.code = cmd;
     copyField(request.text, sizeof request.text, text);
-    if (!sendAll(fd, &request, sizeof request)) {
-        Log_Err("[%s][%d]:send=%m.\r\n", "PkgAppManagementCmd", __LINE__);
-        return -1;
-    }
-    // A negative time-out is what select refuses with EINVAL.
-    if (timeoutSec < 0) return -3;
-    Deadline deadline(timeoutSec);
-    switch (waitReadable(fd, deadline)) {
-        case kWaitFailed:
-            return -3;
-        case kTimedOut:
-            return -2;
-        case kReadable:
-            break;
-    }
-    return receiveCommandAnswer(fd, cmd, deadline);
+    return sendAll(fd, &request, sizeof request);
 }
 
 // Shared by the start, info and list requests: one connect attempt, then the request.
@@ -203,7 +189,9 @@ int connectPackageServer() {
     return fd;
 }
 
+// 0 once the answer can be read, -2 time-out, -3 wait failure.
 int waitForAnswer(int fd, int timeoutSec, const Deadline &deadline) {
+    // A negative time-out is what select refuses with EINVAL.
     if (timeoutSec < 0) return -3;
     switch (waitReadable(fd, deadline)) {
         case kWaitFailed:
@@ -213,6 +201,12 @@ int waitForAnswer(int fd, int timeoutSec, const Deadline &deadline) {
         default:
             return 0;
     }
+}
+
+int awaitCommandAnswer(int fd, int timeoutSec, int cmd) {
+    Deadline deadline(timeoutSec);
+    int rc = waitForAnswer(fd, timeoutSec, deadline);
+    return rc != 0 ? rc : receiveCommandAnswer(fd, cmd, deadline);
 }
 
 void copyInfoRecord(PkgAppInfoRecord *out, const PkgAppInfoRecord &in) {
@@ -249,11 +243,7 @@ void copyListEntry(PkgAppListEntry *out, const PkgAppListEntry &in) {
 }
 
 int requestAppInfo(int fd, int timeoutSec, const char *appId, PkgAppInfoRecord *out) {
-    CommandRequest request;
-    memset(&request, 0, sizeof request);
-    request.code = PKG_CMD_APP_INFO;
-    copyField(request.text, sizeof request.text, appId);
-    if (!sendAll(fd, &request, sizeof request)) return -1;
+    if (!sendCommandRequest(fd, PKG_CMD_APP_INFO, appId)) return -1;
 
     Deadline deadline(timeoutSec);
     int rc = waitForAnswer(fd, timeoutSec, deadline);
@@ -291,11 +281,7 @@ int receiveListEntries(int fd, int32_t count, const Deadline &deadline, PkgAppLi
 }
 
 int requestAppList(int fd, int timeoutSec, PkgAppListEntry **list, int *count) {
-    CommandRequest request;
-    memset(&request, 0, sizeof request);
-    request.code = PKG_CMD_APP_LIST;
-    copyField(request.text, sizeof request.text, "AppList");
-    if (!sendAll(fd, &request, sizeof request)) return -1;
+    if (!sendCommandRequest(fd, PKG_CMD_APP_LIST, "AppList")) return -1;
 
     Deadline deadline(timeoutSec);
     int rc = waitForAnswer(fd, timeoutSec, deadline);
@@ -394,7 +380,12 @@ POS_API int PkgAppManagementCmd(int server, int timeoutSec, int cmd, const char 
         close(fd);
         return -1;
     }
-    int result = exchangeCommand(fd, timeoutSec, cmd, text);
+    if (!sendCommandRequest(fd, cmd, text)) {
+        Log_Err("[%s][%d]:send=%m.\r\n", "PkgAppManagementCmd", __LINE__);
+        close(fd);
+        return -1;
+    }
+    int result = awaitCommandAnswer(fd, timeoutSec, cmd);
     close(fd);
     Log_Err("[%s][%d]:Answer=%d.\r\n", "PkgAppManagementCmd", __LINE__, result);
     return result;
