@@ -2,8 +2,8 @@
  * family, and the Os* algorithm entry points.
  *
  * Byte strings are big-endian; blocks are ECB, one block at a time, without padding.
- * The DES key schedule K and the AES tables are process-wide state without a lock:
- * callers that cipher from several threads serialise their own use. */
+ * The DES key schedule K is process-wide state without a lock: callers that run DES from
+ * several threads serialise their own use. The AES tables are built once, on first use. */
 #ifndef POS_SDK_CRYPTO_H
 #define POS_SDK_CRYPTO_H
 
@@ -149,7 +149,7 @@ POS_API int RSAPublicDecrypt(unsigned char *out, unsigned int *outLen, const uns
 #define AES_MAX_SCHEDULE_WORDS 60
 
 typedef struct aes_ctx {
-    uint32_t key_length; /* in bytes; 0 until a key is set */
+    uint32_t key_length; /* in bytes, as given to aes_set_key */
     uint32_t enc_key[AES_MAX_SCHEDULE_WORDS];
     uint32_t dec_key[AES_MAX_SCHEDULE_WORDS];
 } aes_ctx;
@@ -214,7 +214,9 @@ enum {
 /* Digest of len (>= 1) bytes by type; any bad argument leaves the digest untouched. */
 POS_API void OsSHA(int type, const unsigned char *data, int len, unsigned char *digest);
 
-/* Fills len (0 to 1024) bytes with random bytes from the kernel's secure source. */
+/* Fills len (0 to 1024) bytes with random bytes from the kernel's secure source; should
+ * that source fail, the bytes are zeroed rather than left as they were. A null buffer or a
+ * length outside 0 to 1024 logs "params Err" at error level and writes nothing. */
 POS_API void OsGetRandom(unsigned char *buf, int len);
 
 POS_END_DECLS
