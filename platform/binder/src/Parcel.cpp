@@ -16,6 +16,12 @@ namespace {
 // as the device writes it.
 constexpr int32_t kStrictModePolicyWord = 0x00400000;
 
+// The length word of the null String16.
+constexpr int32_t kNullString16 = -1;
+
+// The exception code a reply gives when a strict-mode header follows it.
+constexpr int32_t kExHasReplyHeader = -128;
+
 // The device refuses any single item or parcel above this size; so do we.
 constexpr size_t kMaxParcelBytes = 0x7fffffff;
 
@@ -213,7 +219,18 @@ uint64_t Parcel::readUint64() const {
 }
 
 int32_t Parcel::readExceptionCode() const {
-    return readInt32();
+    int32_t code = readInt32();
+    if (code != kExHasReplyHeader) return code;
+    // A Java service that gathered strict-mode violations puts a header before the reply;
+    // its size word counts from itself. Native readers skip it and see no exception.
+    size_t headerStart = mDataPos;
+    int32_t headerSize = readInt32();
+    if (headerSize < 0 || size_t(headerSize) > mDataSize - headerStart) {
+        mDataPos = mDataSize;  // a header that does not fit leaves nothing to read
+    } else {
+        mDataPos = headerStart + size_t(headerSize);
+    }
+    return 0;
 }
 
 const void *Parcel::readInplace(size_t len) const {
@@ -257,12 +274,16 @@ String8 Parcel::readString8() const {
     return String8();
 }
 
-// Finds a well-formed String16 at the position and moves past it; false (position kept)
-// when the length is negative, larger than what remains, or the terminator is missing.
+// Finds a well-formed String16 at the position and moves past it. False for the null string
+// (length -1, which is consumed like any other value so the fields after it stay in step), and
+// false with the position kept when the length is otherwise negative, larger than what
+// remains, or the terminator is missing.
 static bool locateString16(const Parcel &p, const uint8_t **units, size_t *len) {
     size_t start = p.dataPosition();
     int32_t declared = 0;
-    if (p.readInt32(&declared) == OK && declared >= 0 && declared < 0x7fffffff / 2) {
+    if (p.readInt32(&declared) != OK) return false;  // nothing read, nothing moved
+    if (declared == kNullString16) return false;
+    if (declared >= 0 && declared < 0x7fffffff / 2) {
         size_t count = static_cast<size_t>(declared);
         const uint8_t *item =
             static_cast<const uint8_t *>(p.readInplace((count + 1) * sizeof(char16_t)));

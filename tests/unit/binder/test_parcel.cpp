@@ -142,9 +142,8 @@ TEST(ParcelRoundTrip, EveryItemTypeReadsBackInOrder) {
     EXPECT_STREQ("eight", p.readString8().string());
     EXPECT_STREQ("sixteen \xe4\xb8\xad", String8(p.readString16()).string());
     size_t len = 99;
-    EXPECT_EQ(nullptr, p.readString16Inplace(&len));  // the null string
+    EXPECT_EQ(nullptr, p.readString16Inplace(&len));  // the null string, consumed
     EXPECT_EQ(0u, len);
-    p.readInt32();  // skip the -1 that the refused read left in place
     EXPECT_NE(nullptr, p.readString16Inplace(&len));
     EXPECT_EQ(0u, len);
     uint8_t back[7] = {};
@@ -156,6 +155,29 @@ TEST(ParcelRoundTrip, EveryItemTypeReadsBackInOrder) {
 
     p.setDataPosition(0);
     EXPECT_FALSE(p.enforceInterface(String16("com.test.IOther")));
+}
+
+TEST(ParcelReply, ExceptionCodeSkipsAStrictModeHeader) {
+    Parcel p;
+    // No exception: the status follows at once.
+    load(p, Bytes{0, 0, 0, 0, 7, 0, 0, 0});
+    EXPECT_EQ(0, p.readExceptionCode());
+    EXPECT_EQ(7, p.readInt32());
+    // Code -128 and a header of 12 bytes counted from its size word: skipped, no exception.
+    load(p, Bytes{0x80, 0xff, 0xff, 0xff, 12, 0, 0, 0, 1, 0, 0, 0, 9, 9, 9, 9, 7, 0, 0, 0});
+    EXPECT_EQ(0, p.readExceptionCode());
+    EXPECT_EQ(7, p.readInt32());
+    // Any other code is handed back and the reply goes on after it.
+    load(p, Bytes{0xfd, 0xff, 0xff, 0xff, 7, 0, 0, 0});
+    EXPECT_EQ(-3, p.readExceptionCode());
+    EXPECT_EQ(7, p.readInt32());
+    // A header that claims more than the reply holds, or a negative size: nothing left.
+    for (const Bytes &bad : {Bytes{0x80, 0xff, 0xff, 0xff, 0x40, 0, 0, 0, 7, 0, 0, 0},
+                             Bytes{0x80, 0xff, 0xff, 0xff, 0xf8, 0xff, 0xff, 0xff, 7, 0, 0, 0}}) {
+        load(p, bad);
+        EXPECT_EQ(0, p.readExceptionCode());
+        EXPECT_EQ(0, p.readInt32());
+    }
 }
 
 TEST(ParcelHostile, ReadsPastTheEndYieldZeroEmptyOrNull) {

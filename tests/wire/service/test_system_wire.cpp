@@ -46,6 +46,11 @@ TEST_F(SystemWire, TextReplies) {
     EXPECT_EQ(value, -9);
     expectRequest(9, Bytes());
 
+    // A null text still lets the field after it be read.
+    service->script(Bytes().i32(-1).i32(6));
+    EXPECT_STREQ(proxy->SystemGetDebugModeRandom(&value), "");
+    EXPECT_EQ(value, 6);
+
     // Non-ASCII text comes back as UTF-8.
     service->script(Bytes().s16(u"caf\u00e9 \u4e2d"));
     EXPECT_STREQ(proxy->SystemGetDevInfo(3), "caf\xc3\xa9 \xe4\xb8\xad");

@@ -66,6 +66,8 @@ class Parcel {
     // A reply that carries no exception: the exception code 0.
     status_t writeNoException();
 
+    // The reply's exception code; a strict-mode reply header (code -128) is skipped and reads
+    // as 0, as on the device.
     int32_t readExceptionCode() const;
     int32_t readInt32() const;
     status_t readInt32(int32_t *pArg) const;
@@ -78,9 +80,11 @@ class Parcel {
     // Points into the parcel (valid until it is changed); null when no terminated string fits.
     const char *readCString() const;
     String8 readString8() const;
-    // Empty for the null string and for a malformed one.
+    // Empty for the null string (whose length word is consumed, as on the device) and for a
+    // malformed one (position kept).
     String16 readString16() const;
     // Points into the parcel; null for the null string and a malformed one (then *outLen is 0).
+    // The position moves as for readString16().
     const char16_t *readString16Inplace(size_t *outLen) const;
     // Copies len bytes and skips their padding; NOT_ENOUGH_DATA when they do not fit.
     status_t read(void *outData, size_t len) const;
