@@ -120,6 +120,7 @@ POS_API int OsRSAKeyGen(unsigned char *modulus, unsigned char *privateExp, int l
     if (rsa == nullptr || e == nullptr || !BN_set_word(e, kPublicExponent) ||
         !RSA_generate_key_ex(rsa, len * 8, e, nullptr)) {
         Log_Err("Failed to generate RSA key pair\n");
+        // The half-built key is released here too, so a failed generation leaks nothing.
         BN_free(e);
         RSA_free(rsa);
         return kKeyGenFailed;

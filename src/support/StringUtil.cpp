@@ -44,6 +44,7 @@ extern "C" POS_API int ByteToStr(const unsigned char *in, int len, unsigned char
 }
 
 extern "C" POS_API int StrToByte(const unsigned char *in, int len, unsigned char *out) {
+    // Bad pointers or fewer than two characters make no byte; a negative length counts as none.
     if (in == nullptr || out == nullptr || len < 2) return 0;
     int pairs = len / 2;  // an odd last character is ignored
     for (int i = 0; i < pairs; ++i) {
