@@ -91,6 +91,7 @@ POS_API const char *LogLevelToString(int level) {
 }
 
 POS_API int LogFileVPrintf(int level, FILE *fp, const char *fmt, va_list ap) {
+    if (fp == nullptr || fmt == nullptr) return -1;  // nothing to write, or nowhere to
     char when[80];
     formatLocalTime(when, sizeof when);
     fprintf(fp, "%s ", when);
@@ -101,6 +102,7 @@ POS_API int LogFileVPrintf(int level, FILE *fp, const char *fmt, va_list ap) {
 
 POS_API void logprintf(int level, const char *fmt, va_list ap) {
     if (g_levelThreshold == 0 || g_outputMask == 0 || level > g_levelThreshold) return;
+    if (fmt == nullptr) return;  // no sink may be handed a null format
     // Each sink consumes its own copy so one argument list serves all three.
     if (g_outputMask & kSinkPlatform) {
         va_list copy;

@@ -117,6 +117,15 @@ TEST_F(LogTest, FileRecordFormat) {
     EXPECT_EQ(std::stoi(m[1]), static_cast<int>(getpid()));
 }
 
+TEST_F(LogTest, NullFormatOrStreamWritesNothing) {
+    const char *noFormat = nullptr;
+    logThrough(0, noFormat);
+    EXPECT_TRUE(captured.empty());
+    EXPECT_EQ(fileRecord(1, noFormat), "");
+    va_list unused{};
+    EXPECT_LT(LogFileVPrintf(1, nullptr, "x", unused), 0);
+}
+
 TEST_F(LogTest, InitLeavesFileSinkDormant) {
     char dir[] = "/tmp/pos_log_XXXXXX";
     ASSERT_NE(mkdtemp(dir), nullptr);
