@@ -81,6 +81,12 @@ bool parseOptions(int argc, char **argv, Options *opts) {
 // The output directory as an absolute path (it is mounted at the same path inside).
 bool prepareOutDir(std::string *dir) {
     if (dir->empty()) return true;
+    std::string refused;
+    std::string absolute = std::filesystem::absolute(*dir).lexically_normal().string();
+    if (!possim::outputDirUsable(absolute, refused)) {
+        fprintf(stderr, "pos-sim: %s\n", refused.c_str());
+        return false;
+    }
     std::error_code error;
     std::filesystem::create_directories(*dir, error);
     std::filesystem::path real = std::filesystem::canonical(*dir, error);

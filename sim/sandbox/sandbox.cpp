@@ -194,6 +194,20 @@ void buildSandbox(const std::vector<std::string> &keepDirs) {
     enterRoot(root);
 }
 
+// The sandbox's own place ("/tmp", "/dev", ...) at or below the absolute path DIR, or null.
+const char *coveredPrivatePlace(const std::string &dir) {
+    // The sandbox's own mounts: a host directory bound in at or above one of them would put
+    // the host's files in its place.
+    static const char *const kPrivatePlaces[] = {"/tmp", "/customer/kivo", "/dev", "/sys", "/proc"};
+    std::string d = dir;
+    while (d.size() > 1 && d.back() == '/') d.pop_back();
+    for (const char *place : kPrivatePlaces) {
+        std::string p = place;
+        if (d == "/" || p == d || p.compare(0, d.size() + 1, d + "/") == 0) return place;
+    }
+    return nullptr;
+}
+
 // The directory under one of the privately covered trees that holds PATH ("/tmp/ci/build/x"
 // gives "/tmp/ci"), or empty when PATH is not covered.
 std::string coveredTopDir(const std::string &path) {
@@ -220,7 +234,7 @@ std::vector<std::string> dirsToKeep(const SandboxOptions &options, const std::st
         used.push_back(real);
     for (const std::string &path : used) {
         std::string top = coveredTopDir(path);
-        if (!top.empty() && top != "/tmp" && top != "/customer") keep.push_back(top);
+        if (!top.empty() && coveredPrivatePlace(top) == nullptr) keep.push_back(top);
     }
     // Outer directories first, so an inner one is not hidden by its parent's mount.
     std::sort(keep.begin(), keep.end());
@@ -365,8 +379,10 @@ int waitForChild(pid_t pid) {
 // (where it can still start processes and threads once the sandbox is gone), and waits
 // for the sandbox's init. Setup failures are reported on stderr with status 125.
 [[noreturn]] void sandboxKeeper(const SandboxOptions &options, const ServicesMain &services,
-                                const std::vector<std::string> &command, const std::string &cwd) {
+                                const std::vector<std::string> &command, const std::string &cwd,
+                                pid_t caller) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != caller) _exit(125);  // the caller died before the line above took hold
     uid_t uid = getuid();
     gid_t gid = getgid();
     int flags = CLONE_NEWNS | CLONE_NEWPID | (uid != 0 ? CLONE_NEWUSER : 0);
@@ -389,6 +405,13 @@ int waitForChild(pid_t pid) {
 
 }  // namespace
 
+bool outputDirUsable(const std::string &dir, std::string &error) {
+    const char *place = coveredPrivatePlace(dir);
+    if (place == nullptr) return true;
+    error = dir + ": cannot be the output directory, it would cover the sandbox's " + place;
+    return false;
+}
+
 int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
                  const std::vector<std::string> &command, std::string &error) {
     if (command.empty()) {
@@ -397,6 +420,7 @@ int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
     }
     SandboxOptions opts = options;
     if (!opts.outDir.empty()) {
+        if (!outputDirUsable(opts.outDir, error)) return -1;
         try {
             makeDirs(opts.outDir);
         } catch (const Failure &f) {
@@ -409,17 +433,19 @@ int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
             return -1;
         }
         opts.outDir = real;
+        if (!outputDirUsable(opts.outDir, error)) return -1;  // a link may lead elsewhere
     }
     char cwd[PATH_MAX];
     if (getcwd(cwd, sizeof cwd) == nullptr) strcpy(cwd, "/");
     opts.keepDirs = dirsToKeep(opts, cwd, command[0]);
 
+    pid_t caller = getpid();
     pid_t keeper = fork();
     if (keeper < 0) {
         error = std::string("fork: ") + strerror(errno);
         return -1;
     }
-    if (keeper == 0) sandboxKeeper(opts, services, command, cwd);
+    if (keeper == 0) sandboxKeeper(opts, services, command, cwd, caller);
     return waitForChild(keeper);
 }
 

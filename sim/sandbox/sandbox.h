@@ -29,6 +29,10 @@ struct SandboxOptions {
 // sigwait can take it). Its result is its exit status.
 using ServicesMain = std::function<int(const std::function<void()> &ready)>;
 
+// Whether DIR (absolute) may be bound into the sandbox as its output directory: not one that
+// holds a private place. False with ERROR otherwise. Check before creating it on the host.
+bool outputDirUsable(const std::string &dir, std::string &error);
+
 // Builds a sandbox, starts SERVICES in it, runs COMMAND (a program and its arguments,
 // searched in PATH) and tears everything down when the command ends. Returns the command's
 // exit status (128 + signal when killed); 125 when the sandbox cannot be built (the reason

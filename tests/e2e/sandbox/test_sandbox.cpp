@@ -115,6 +115,12 @@ TEST_F(SandboxTest, ScenarioStateIsPublishedAndBadScenariosAreRefused) {
 
     std::ofstream(out_ / "bad.json") << "{\"apps\": [{\"name\": \"no id\"}]}";
     EXPECT_EQ(run("", "--scenario " + (out_ / "bad.json").string(), "exit 0\n"), 2);
+
+    // An output directory is bound in from the host: never over the sandbox's own /tmp or /.
+    for (const char *out : {"/tmp", "/tmp/", "/"}) {
+        std::string cmd = POS_SIM " run --out " + std::string(out) + " -- /bin/true 2>/dev/null";
+        EXPECT_EQ(exitStatus(system(cmd.c_str())), 2) << out;
+    }
 }
 
 TEST_F(SandboxTest, WorksWithoutPrivilege) {
