@@ -28,8 +28,11 @@ void copyText(char *dst, size_t dstSize, const char *src, size_t srcSize) {
     memcpy(dst, src, n < dstSize ? n : dstSize);
 }
 
-void formatVersion(char (&out)[33], int major, int minor, int patch, int build) {
-    snprintf(out, sizeof out, "V%d.%d.%d-%d", major, minor, patch, build);
+// The version text of a list entry or an info record, which name their fields alike.
+template <typename ServerRecord>
+void formatVersion(char (&out)[33], const ServerRecord &app) {
+    snprintf(out, sizeof out, "V%d.%d.%d-%d", app.verMajor, app.verMinor, app.verPatch,
+             app.verBuild);
 }
 
 void logApp(const char *id, const char *name, const char *version) {
@@ -47,23 +50,25 @@ void terminated(char (&out)[N], const char *src, size_t srcSize) {
     out[n] = '\0';
 }
 
-void fillAppInfo(OsAppInfoRecord *rec, const PkgAppListEntry &e) {
+// Fills id, name and version (the description is the caller's business) and logs them.
+template <typename ServerRecord>
+void fillAppInfo(OsAppInfoRecord *rec, const ServerRecord &app) {
     char version[33];
-    formatVersion(version, e.verMajor, e.verMinor, e.verPatch, e.verBuild);
-    copyText(rec->appId, sizeof rec->appId, e.appId, sizeof e.appId);
-    copyText(rec->appName, sizeof rec->appName, e.name, sizeof e.name);
+    formatVersion(version, app);
+    copyText(rec->appId, sizeof rec->appId, app.appId, sizeof app.appId);
+    copyText(rec->appName, sizeof rec->appName, app.name, sizeof app.name);
     copyText(rec->version, sizeof rec->version, version, sizeof version);
 
-    char id[sizeof e.appId + 1];
+    char id[sizeof app.appId + 1];
     char name[sizeof rec->appName + 1];
-    terminated(id, e.appId, sizeof e.appId);
-    terminated(name, e.name, sizeof e.name);
+    terminated(id, app.appId, sizeof app.appId);
+    terminated(name, app.name, sizeof app.name);
     logApp(id, name, version);
 }
 
 void fillOptInfo(OsAppOptRecord *rec, const PkgAppListEntry &e) {
     char version[33];
-    formatVersion(version, e.verMajor, e.verMinor, e.verPatch, e.verBuild);
+    formatVersion(version, e);
     copyText(rec->appId, sizeof rec->appId, e.appId, sizeof e.appId);
     copyText(rec->version, sizeof rec->version, version, sizeof version);
 }
@@ -172,18 +177,8 @@ POS_API int OsGetAppInfoByAppid(const char *appId, OsAppInfoRecord *out) {
         Log_Err("PkgGetAppInfo error =%d !", rc);
         return kServerFailed;
     }
-    char version[33];
-    formatVersion(version, info.verMajor, info.verMinor, info.verPatch, info.verBuild);
-    copyText(out->appId, sizeof out->appId, info.appId, sizeof info.appId);
-    copyText(out->appName, sizeof out->appName, info.name, sizeof info.name);
     copyText(out->description, sizeof out->description, info.description, sizeof info.description);
-    copyText(out->version, sizeof out->version, version, sizeof version);
-
-    char id[sizeof info.appId + 1];
-    char name[sizeof out->appName + 1];
-    terminated(id, info.appId, sizeof info.appId);
-    terminated(name, info.name, sizeof info.name);
-    logApp(id, name, version);
+    fillAppInfo(out, info);
     return 0;
 }
 
