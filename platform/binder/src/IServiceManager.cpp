@@ -69,9 +69,13 @@ class BpServiceManager : public BpInterface<IServiceManager> {
         data.writeInterfaceToken(IServiceManager::descriptor);
         if (remote()->transact(LIST_SERVICES_TRANSACTION, data, &reply) != OK) return names;
         int32_t count = reply.readInt32();
-        // Bounded by what the reply can hold, whatever count claims.
-        for (int32_t i = 0; i < count && reply.dataAvail() >= 4; ++i) {
-            names.push_back(reply.readString16());
+        // Bounded by what the reply holds, whatever count claims: a name that cannot be read
+        // does not move the position, so it ends the list.
+        for (int32_t i = 0; i < count; ++i) {
+            size_t before = reply.dataPosition();
+            String16 name = reply.readString16();
+            if (reply.dataPosition() == before) break;
+            names.push_back(name);
         }
         return names;
     }

@@ -326,6 +326,26 @@ TEST_F(BinderTransport, MalformedFramesFromEitherSideAreSurvived) {
     EXPECT_EQ(nullptr, BpBinder::connect(std::string(200, 'x')));  // longer than a socket path
 }
 
+// A registry whose list answer claims more names than it carries, the last one malformed.
+class LyingRegistry : public BBinder {
+  protected:
+    status_t onTransact(uint32_t, const Parcel &, Parcel *reply, uint32_t) override {
+        reply->writeInt32(1000);
+        reply->writeString16(String16("real"));
+        reply->writeInt32(5000);  // a name length far beyond the reply
+        reply->writeInt32(0);
+        return OK;
+    }
+};
+
+TEST_F(BinderTransport, ServiceListStopsWhereTheReplyEnds) {
+    sp<IServiceManager> manager = interface_cast<IServiceManager>(new LyingRegistry);
+    ASSERT_NE(nullptr, manager);
+    std::vector<String16> names = manager->listServices();
+    ASSERT_EQ(1u, names.size());
+    EXPECT_EQ(String16("real"), names[0]);
+}
+
 TEST_F(BinderTransport, ServicesServedByThisProcessThreadPool) {
     ASSERT_EQ(OK, android::startServiceManager(nullptr));
     ASSERT_TRUE(waitForServiceManager(kStartTimeoutMs));
