@@ -72,32 +72,24 @@ int GetTtsManagerService(sp<ITtsManager> &s) {
 // ---- Power service ----
 
 // The argument-less getters answer the value itself, so a refusal can only be told by -1.
-static int valueOrMinusOne(int status, int value) {
+static int readPowerValue(sp<IPowerManager> &power, int (IPowerManager::*getter)(int *)) {
+    int ret = GetPowerManagerService(power);
+    if (ret != 0) return ret;
+    int value = 0;
+    int status = (power.get()->*getter)(&value);
     return status != 0 ? -1 : value;
 }
 
 int BpTransferHub::IPowerSysGetBatCap() {
-    int ret = GetPowerManagerService(mPower);
-    if (ret != 0) return ret;
-    int value = 0;
-    int status = mPower->SysGetBatCap(&value);
-    return valueOrMinusOne(status, value);
+    return readPowerValue(mPower, &IPowerManager::SysGetBatCap);
 }
 
 int BpTransferHub::IPowerSysGetBatVol() {
-    int ret = GetPowerManagerService(mPower);
-    if (ret != 0) return ret;
-    int value = 0;
-    int status = mPower->SysGetBatVol(&value);
-    return valueOrMinusOne(status, value);
+    return readPowerValue(mPower, &IPowerManager::SysGetBatVol);
 }
 
 int BpTransferHub::IPowerSysChgState() {
-    int ret = GetPowerManagerService(mPower);
-    if (ret != 0) return ret;
-    int value = 0;
-    int status = mPower->SysGetChgStat(&value);
-    return valueOrMinusOne(status, value);
+    return readPowerValue(mPower, &IPowerManager::SysGetChgStat);
 }
 
 int BpTransferHub::IPowerSysGetBatInfo(int *first, int *second, int *third) {
@@ -107,11 +99,7 @@ int BpTransferHub::IPowerSysGetBatInfo(int *first, int *second, int *third) {
 }
 
 int BpTransferHub::IPowerSysGetLCDBKL() {
-    int ret = GetPowerManagerService(mPower);
-    if (ret != 0) return ret;
-    int value = 0;
-    int status = mPower->SysGetLCDBrightness(&value);
-    return valueOrMinusOne(status, value);
+    return readPowerValue(mPower, &IPowerManager::SysGetLCDBrightness);
 }
 
 int BpTransferHub::IPowerSysSetLCDBKL(int level) {
