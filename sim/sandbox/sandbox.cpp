@@ -345,6 +345,12 @@ void tearDown(pid_t services) {
     close(ready[0]);
 
     pid_t commandPid = startCommand(command);
+    if (commandPid < 0) {
+        // Waiting for it below would wait for the services, which never end by themselves.
+        fprintf(stderr, "pos-sim: cannot start the command: %s\n", strerror(errno));
+        tearDown(servicesPid);
+        _exit(125);
+    }
     forwardSignalsTo(commandPid);
     int result = 1;
     for (;;) {
