@@ -27,19 +27,27 @@ char g_backupPath[kPathSize];  // computed by Log_Init and kept; nothing rotates
 
 int platformPriority(int level) {
     switch (level) {
-        case LOG_LEVEL_ERROR: return ANDROID_LOG_ERROR;
-        case LOG_LEVEL_WARN: return ANDROID_LOG_WARN;
-        case LOG_LEVEL_DEBUG: return ANDROID_LOG_DEBUG;
-        default: return ANDROID_LOG_INFO;
+        case LOG_LEVEL_ERROR:
+            return ANDROID_LOG_ERROR;
+        case LOG_LEVEL_WARN:
+            return ANDROID_LOG_WARN;
+        case LOG_LEVEL_DEBUG:
+            return ANDROID_LOG_DEBUG;
+        default:
+            return ANDROID_LOG_INFO;
     }
 }
 
 int applicationToInternalLevel(int appLevel) {
     switch (appLevel) {
-        case 0: return LOG_LEVEL_DEBUG;
-        case 1: return LOG_LEVEL_INFO;
-        case 2: return LOG_LEVEL_WARN;
-        default: return LOG_LEVEL_ERROR;
+        case 0:
+            return LOG_LEVEL_DEBUG;
+        case 1:
+            return LOG_LEVEL_INFO;
+        case 2:
+            return LOG_LEVEL_WARN;
+        default:
+            return LOG_LEVEL_ERROR;
     }
 }
 
@@ -79,14 +87,20 @@ POS_API void setLogTagName(const unsigned char *name, int len) {
     memcpy(g_tag, name, len < kTagMax ? len : kTagMax);
 }
 
-POS_API const char *getLogTagName(void) { return g_tag[0] != 0 ? g_tag : "POS_SDK"; }
+POS_API const char *getLogTagName(void) {
+    return g_tag[0] != 0 ? g_tag : "POS_SDK";
+}
 
 POS_API const char *LogLevelToString(int level) {
     switch (level) {
-        case LOG_LEVEL_ERROR: return "E";
-        case LOG_LEVEL_WARN: return "W";
-        case LOG_LEVEL_DEBUG: return "D";
-        default: return "I";
+        case LOG_LEVEL_ERROR:
+            return "E";
+        case LOG_LEVEL_WARN:
+            return "W";
+        case LOG_LEVEL_DEBUG:
+            return "D";
+        default:
+            return "I";
     }
 }
 
@@ -128,7 +142,7 @@ POS_API void logprintf(int level, const char *fmt, va_list ap) {
     }
 }
 
-#define POS_DEFINE_LEVEL_LOGGER(name, level) \
+#define POS_DEFINE_LEVEL_LOGGER(name, level)  \
     POS_API void name(const char *fmt, ...) { \
         va_list ap;                           \
         va_start(ap, fmt);                    \

@@ -47,7 +47,7 @@ extern "C" int __android_log_vprint(int prio, const char *tag, const char *fmt, 
 }
 
 class LogTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override { captured.clear(); }
 };
 
@@ -179,7 +179,8 @@ TEST_F(LogTest, DumpBytesRows) {
     dumpBytes("s", bytes, 17);
     ASSERT_EQ(captured.size(), 3u);
     EXPECT_EQ(captured[2].text.substr(0, 10), "0016:0x71 ");
-    EXPECT_EQ(captured[2].text.substr(captured[2].text.size() - 18), "|q" + std::string(15, ' ') + "\n");
+    EXPECT_EQ(captured[2].text.substr(captured[2].text.size() - 18),
+              "|q" + std::string(15, ' ') + "\n");
 
     captured.clear();
     dumpBytes("bad", nullptr, 8);  // a null buffer logs the header and reads nothing

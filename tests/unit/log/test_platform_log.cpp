@@ -37,6 +37,6 @@ TEST(PlatformLog, BriefFormOneLinePerMessage) {
     char pid[16];
     snprintf(pid, sizeof pid, "%5d", static_cast<int>(getpid()));
     std::string p(pid);
-    EXPECT_EQ(out, "D/TAG(" + p + "): hello 5\nE/POS_SDK(" + p + "): no newline\nW/T(" + p +
-                       "): two\n");
+    EXPECT_EQ(out,
+              "D/TAG(" + p + "): hello 5\nE/POS_SDK(" + p + "): no newline\nW/T(" + p + "): two\n");
 }
