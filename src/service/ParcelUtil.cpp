@@ -22,7 +22,10 @@ namespace pos {
 
 void sendRequest(android::IBinder *remote, uint32_t code, const android::Parcel &data,
                  android::Parcel &reply) {
-    if (remote->transact(code, data, &reply, 0) == android::DEAD_OBJECT) {
+    // A proxy built around no binder at all is as good as one whose service died.
+    android::status_t err =
+        remote != nullptr ? remote->transact(code, data, &reply, 0) : android::DEAD_OBJECT;
+    if (err == android::DEAD_OBJECT) {
         printf("remote dead object !");
     }
     // The exception code is part of every reply but carries nothing the callers act on.

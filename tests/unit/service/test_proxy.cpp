@@ -24,6 +24,14 @@ TEST(Proxy, DeadServiceReportsAndReadsTheEmptyReply) {
     EXPECT_EQ(a + b + c, 0);
     EXPECT_STREQ(system->SystemGetDevInfo(1), "");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "remote dead object !remote dead object !");
+
+    // A proxy made around no binder at all behaves the same instead of crashing.
+    sp<IPowerManager> unbound = new BpPowerManager(nullptr);
+    testing::internal::CaptureStdout();
+    a = 5;
+    EXPECT_EQ(unbound->SysGetBatCap(&a), 0);
+    EXPECT_EQ(a, 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "remote dead object !");
 }
 
 TEST(Proxy, OtherTransportErrorsAreNotReported) {
