@@ -86,6 +86,18 @@ bool safeRelative(const std::string &path) {
     return true;
 }
 
+// The program must be a file of the package itself: a link in it could lead the chmod of
+// the install, or a later start, to a file outside (a host file, as seen from the sandbox).
+bool programInside(const std::string &dir, const std::string &exec) {
+    std::error_code ec;
+    fs::path base = fs::canonical(dir, ec);
+    if (ec) return false;
+    fs::path program = fs::canonical(base / exec, ec);
+    if (ec || !fs::is_regular_file(program, ec)) return false;
+    std::string inside = base.string() + "/";
+    return program.string().compare(0, inside.size(), inside) == 0;
+}
+
 // Runs PROGRAM with ARGS and waits for it; true when it exits with status 0.
 bool runTool(const std::vector<std::string> &args) {
     std::vector<char *> argv;
@@ -189,7 +201,7 @@ int PackageServer::install(const std::string &path) {
     ScenarioApp meta;
     std::string error;
     if (!readManifest(unpack + "/manifest.json", meta, error) ||
-        access((unpack + "/" + meta.exec).c_str(), F_OK) != 0) {
+        !programInside(unpack, meta.exec)) {
         fs::remove_all(unpack, ec);
         return kPkgBadManifest;
     }

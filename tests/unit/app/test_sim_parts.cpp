@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <stdlib.h>
+#include <string.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -186,4 +188,39 @@ TEST(ManifestTest, RefusesIdsAndProgramsThatLeaveThePackage) {
     EXPECT_FALSE(check(R"({"id":"x","name":"X","exec":"bin/../../sh"})"));
     EXPECT_FALSE(check("not json"));
     fs::remove_all(tmpl);
+}
+
+TEST(PackageServerInstall, RefusesAProgramThatLinksOutOfThePackage) {
+    char tmpl[] = "/tmp/possim-install-XXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    fs::path base = tmpl;
+    fs::create_directories(base / "pkg" / "bin");
+    std::ofstream(base / "outside") << "not the package's";
+    fs::permissions(base / "outside", fs::perms::owner_read | fs::perms::owner_write);
+    std::ofstream(base / "pkg" / "manifest.json")
+        << R"({"id":"evil","name":"Evil","version":"1.0.0-1","exec":"bin/prog"})";
+    fs::create_symlink(base / "outside", base / "pkg" / "bin" / "prog");
+    std::string pkg = (base / "evil.pkg").string();
+    ASSERT_EQ(system(("tar -cf " + pkg + " -C " + (base / "pkg").string() + " .").c_str()), 0);
+
+    RequestLog log((base / "requests.log").string());
+    SharedBlock childBlock;
+    PackageServer server(Scenario(), log, childBlock, (base / "apps").string());
+    int fds[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, fds), 0);
+    char request[516] = {0};
+    int32_t code = 0x101;
+    memcpy(request, &code, 4);
+    memcpy(request + 4, pkg.c_str(), pkg.size());
+    ASSERT_EQ(write(fds[0], request, sizeof request), ssize_t(sizeof request));
+    server.handle(fds[1]);
+    int32_t answer = 0;
+    ASSERT_EQ(read(fds[0], &answer, 4), 4);
+    close(fds[0]);
+    close(fds[1]);
+
+    EXPECT_NE(answer, 0);
+    EXPECT_EQ(fs::status(base / "outside").permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write);
+    fs::remove_all(base);
 }
