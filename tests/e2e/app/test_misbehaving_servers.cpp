@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstring>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -63,7 +64,10 @@ class TestServer {
                     if (n <= 0) break;
                     got += size_t(n);
                 }
-                requests.push_back(req);
+                {
+                    std::lock_guard<std::mutex> lock(mutex_);
+                    requests_.push_back(req);
+                }
                 reply(c);
                 close(c);
             }
@@ -75,9 +79,15 @@ class TestServer {
         close(fd_);
     }
 
-    std::vector<std::vector<char>> requests;
+    // The requests read so far; the serving thread may still be adding to them.
+    std::vector<std::vector<char>> requests() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return requests_;
+    }
 
   private:
+    std::mutex mutex_;
+    std::vector<std::vector<char>> requests_;
     size_t requestBytes_;
     int fd_;
     std::thread thread_;
@@ -124,8 +134,9 @@ TEST(ClientAgainstBadServers, CommandAnswersThatAreMissingShortLateOrText) {
     EXPECT_EQ(PkgAppManagementCmd(2, 5, 0x999, "ls"), 0);   // any text answer is success
     EXPECT_EQ(PkgAppManagementCmd(2, 5, 0x999, "ls"), -2);  // but silence is not
 
-    ASSERT_GE(server.requests.size(), 1u);
-    const std::vector<char> &first = server.requests[0];
+    const auto requests = server.requests();
+    ASSERT_GE(requests.size(), 1u);
+    const std::vector<char> &first = requests[0];
     EXPECT_EQ(intAt(first, 0), 0x1001);
     EXPECT_EQ(std::string(first.data() + 4), std::string(511, 'p'));  // cut, terminated
 }
@@ -137,8 +148,9 @@ TEST(ClientAgainstBadServers, StartRequestLayoutAndFailures) {
         TestServer server(kPackagePath, 904, {sends(int32s({0})), staysSilentFor(2500)});
         EXPECT_EQ(PkgAppStartCmd(5, "demo", 14, args), 0);
         EXPECT_EQ(PkgAppStartCmd(1, "demo", 0, nullptr), -2);
-        ASSERT_GE(server.requests.size(), 1u);
-        const std::vector<char> &req = server.requests[0];
+        const auto requests = server.requests();
+        ASSERT_GE(requests.size(), 1u);
+        const std::vector<char> &req = requests[0];
         EXPECT_EQ(intAt(req, 0), 0x103);
         EXPECT_STREQ(req.data() + 4, "demo");
         EXPECT_EQ(intAt(req, 516), 12);  // only twelve slots in the record
@@ -181,8 +193,9 @@ TEST(ClientAgainstBadServers, InfoAndListAnswersWithBadHeadsOrShortBodies) {
     EXPECT_EQ(PkgGetAppList(2, &list, &count), -9);  // no server means a billion entries
     EXPECT_EQ(list, nullptr);
 
-    ASSERT_GE(server.requests.size(), 4u);
-    EXPECT_EQ(intAt(server.requests[0], 0), 0x105);
-    EXPECT_EQ(intAt(server.requests[3], 0), 0x106);
-    EXPECT_STREQ(server.requests[3].data() + 4, "AppList");
+    const auto requests = server.requests();
+    ASSERT_GE(requests.size(), 4u);
+    EXPECT_EQ(intAt(requests[0], 0), 0x105);
+    EXPECT_EQ(intAt(requests[3], 0), 0x106);
+    EXPECT_STREQ(requests[3].data() + 4, "AppList");
 }
