@@ -244,6 +244,14 @@ TEST(CustomSettings, OverwriteInPlaceAndFindPastClearedEntries) {
     // ... and the freed entry is the next one taken.
     EXPECT_EQ(kivosetcustom("fresh", "1"), 0);
     EXPECT_STREQ(raw.customKey(3), "fresh");
+    // A free entry before a key's own one takes the new value (kept as the terminal does it):
+    // the old entry stays behind, and reads find the new one first.
+    memset(raw.customKey(4), 0, 66);
+    EXPECT_EQ(kivosetcustom(lastKey.c_str(), "again"), 0);
+    EXPECT_EQ(std::string(raw.customKey(4)), lastKey);
+    EXPECT_STREQ(raw.customKey(last) + 33, "x");
+    EXPECT_EQ(kivogetcustom(lastKey.c_str(), value), 0);
+    EXPECT_STREQ(value, "again");
 
     std::string longKey(40, 'k');
     EXPECT_EQ(kivosetcustom(longKey.c_str(), std::string(40, 'v').c_str()), 0);
