@@ -59,6 +59,12 @@ demo)
     rm -rf "$out"
     mkdir -p "$out"
     "$ROOT/build/sim/pos-sim" run --out "$out" -- "$ROOT/build/tools/pos_demo/pos_demo" | tee "$out/demo.txt"
+    # Then the whole self-test on the demo terminal; the library's log goes to a file beside it.
+    scenario="$ROOT/tools/demo/scenario.json"
+    "$ROOT/build/sim/pos-sim" run --scenario "$scenario" --out "$out" -- \
+        "$ROOT/build/src/selftest/pos_selftest" --auto --scenario "$scenario" \
+        2>"$out/selftest-log.txt" | tee "$out/selftest.txt" ||
+        { echo "demo: the self-test failed (see $out/selftest.txt)" >&2; exit 1; }
     echo "demo artefacts in $out"
     ;;
 bench)
