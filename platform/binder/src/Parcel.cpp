@@ -236,7 +236,8 @@ int32_t Parcel::readExceptionCode() const {
 const void *Parcel::readInplace(size_t len) const {
     if (len > kMaxParcelBytes) return nullptr;
     size_t padded = padSize(len);
-    if (dataAvail() < padded) return nullptr;
+    // Past the end even zero bytes do not fit: the pointer would lie outside the buffer.
+    if (mDataPos > mDataSize || dataAvail() < padded) return nullptr;
     const uint8_t *item = mData + mDataPos;
     mDataPos += padded;
     return item;
