@@ -1,5 +1,6 @@
 #include "scenario/scenario.h"
 
+#include <climits>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -77,20 +78,33 @@ bool readApp(const json &j, ScenarioApp &app, std::string &error) {
     return true;
 }
 
+// The int at KEY of OBJ, else FALLBACK. nlohmann casts a fraction to int directly, which is
+// undefined outside int's range: such a number keeps FALLBACK.
+int intValue(const json &obj, const char *key, int fallback) {
+    if (obj.is_object()) {
+        auto it = obj.find(key);
+        if (it != obj.end() && it->is_number_float()) {
+            double v = it->get<double>();
+            if (!(v > double(INT_MIN) - 1.0 && v < double(INT_MAX) + 1.0)) return fallback;
+        }
+    }
+    return obj.value(key, fallback);
+}
+
 void readRadio(const json &j, RadioState &r) {
-    r.simState = j.value("sim_state", r.simState);
-    r.signal = j.value("signal", r.signal);
-    r.signalSecond = j.value("signal_second", r.signalSecond);
-    r.gsmStat = j.value("gsm_stat", r.gsmStat);
-    r.networkMode = j.value("network_mode", r.networkMode);
-    r.wifiRssi = j.value("wifi_rssi", r.wifiRssi);
+    r.simState = intValue(j, "sim_state", r.simState);
+    r.signal = intValue(j, "signal", r.signal);
+    r.signalSecond = intValue(j, "signal_second", r.signalSecond);
+    r.gsmStat = intValue(j, "gsm_stat", r.gsmStat);
+    r.networkMode = intValue(j, "network_mode", r.networkMode);
+    r.wifiRssi = intValue(j, "wifi_rssi", r.wifiRssi);
     r.radioSqi = j.value("radio_sqi", r.radioSqi);
 }
 
 void readReplies(const json &j, ServerReplies &r) {
-    r.firmwareApply = j.value("firmware_apply", r.firmwareApply);
-    r.upgradeFile = j.value("upgrade_file", r.upgradeFile);
-    r.upgradeDownload = j.value("upgrade_download", r.upgradeDownload);
+    r.firmwareApply = intValue(j, "firmware_apply", r.firmwareApply);
+    r.upgradeFile = intValue(j, "upgrade_file", r.upgradeFile);
+    r.upgradeDownload = intValue(j, "upgrade_download", r.upgradeDownload);
 }
 
 bool apply(const json &root, Scenario &s, std::string &error) {
@@ -106,7 +120,7 @@ bool apply(const json &root, Scenario &s, std::string &error) {
     if (root.contains("radio")) readRadio(root["radio"], s.radio);
     if (root.contains("servers")) readReplies(root["servers"], s.replies);
     s.hwVersion = root.value("hw_version", s.hwVersion);
-    s.factoryTestStep = root.value("factory_test_step", s.factoryTestStep);
+    s.factoryTestStep = intValue(root, "factory_test_step", s.factoryTestStep);
     if (root.contains("apps")) {
         for (const auto &j : root["apps"]) {
             ScenarioApp app;
