@@ -1,0 +1,161 @@
+// Reply decoding of the system and power proxies: a binder that answers every transaction with
+// the fuzz bytes, then every operation of both proxies, then the C-string reader the proxies
+// export. Whatever the service sends, an integer reply reads the words that are there and 0
+// for those that are not, and text comes back terminated.
+#include <binder/IBinder.h>
+#include <binder/Parcel.h>
+#include <pos_sdk/service/IPowerManager.h>
+#include <pos_sdk/service/ISystemManager.h>
+
+#include <cstring>
+#include <vector>
+
+#include "FuzzCheck.h"
+#include "service/ParcelUtil.h"
+
+using namespace android;
+
+namespace {
+
+// Stands for a service in another process that gives the same reply to every request.
+class ReplyingBinder : public IBinder {
+  public:
+    ReplyingBinder(const uint8_t *data, size_t size) : mReply(data, data + size) {}
+
+    const String16 &getInterfaceDescriptor() const override { return mDescriptor; }
+    bool isBinderAlive() const override { return true; }
+    status_t pingBinder() override { return NO_ERROR; }
+    status_t transact(uint32_t, const Parcel &, Parcel *reply, uint32_t) override {
+        reply->setData(mReply.data(), mReply.size());
+        return NO_ERROR;
+    }
+
+  private:
+    std::vector<uint8_t> mReply;
+    String16 mDescriptor;
+};
+
+// The reply's words as a service writes them: the exception code, then the fields.
+struct ReplyWords {
+    const uint8_t *data;
+    size_t size;
+
+    // A strict-mode header moves the fields by its own size; those replies are left to the
+    // parcel's own target and only checked for not crashing here.
+    bool plain() const { return word(0) != -128; }
+
+    int32_t word(size_t index) const {
+        size_t at = index * 4;
+        if (at + 4 > size) return 0;  // a field the reply does not hold reads as 0
+        uint32_t v = uint32_t(data[at]) | uint32_t(data[at + 1]) << 8 |
+                     uint32_t(data[at + 2]) << 16 | uint32_t(data[at + 3]) << 24;
+        return int32_t(v);
+    }
+};
+
+void checkText(const char *text) {
+    FUZZ_CHECK(text != nullptr);
+    FUZZ_CHECK(strlen(text) < 4 * 65536);  // reads up to its terminator without running off
+}
+
+void exerciseSystem(ISystemManager &system, const ReplyWords &reply) {
+    checkText(system.SystemGetMCURTCTime(2));
+    checkText(system.SystemGetDevInfo(1));
+    int value = 0;
+    checkText(system.SystemGetDebugModeRandom(&value));
+    checkText(system.SystemGetDebugModeRandom(nullptr));
+
+    char text[] = "0123456789";
+    int statuses[] = {
+        system.SystemSetMCURTCTime(2026, 11, 22, 10, 30, 5, 2),
+        system.SystemSetMCUSleep(),
+        system.SystemSetMCUWakeUp(),
+        system.SystemCtrlBeeper(2000, 150),
+        system.SystemCtrlKeytone(1),
+        system.SystemSetDevInfo(1, text),
+        system.SystemSetDevInfo(1, nullptr),
+        system.SystemSetDebugMode(text, 1),
+        system.SystemCtrlLED(1, 0, 1, 0, 1, 0),
+        system.SystemMCURFIDTest(),
+        system.SystemSyncBATState(1),
+        system.SystemSetLPLEDFreq(3),
+    };
+    for (int status : statuses) {
+        if (reply.plain()) FUZZ_CHECK(status == reply.word(1));
+    }
+
+    int out = -777;
+    int status = system.SystemGetWakeSource(&out);
+    if (reply.plain()) FUZZ_CHECK(status == reply.word(1) && out == reply.word(2));
+    status = system.SystemGetLPLEDFreq(&out);
+    if (reply.plain()) FUZZ_CHECK(status == reply.word(1) && out == reply.word(2));
+    (void)system.SystemGetLPLEDFreq(nullptr);
+}
+
+void exercisePower(IPowerManager &power, const ReplyWords &reply) {
+    int statuses[] = {
+        power.SysSetLCDBrightness(50),    power.SysSetSleepTime(60),
+        power.SysAllowEnterSleep(1),      power.SysSetDeepSleepTime(600),
+        power.SysSetSleepShutdownTime(3),
+    };
+    for (int status : statuses) {
+        if (reply.plain()) FUZZ_CHECK(status == reply.word(1));
+    }
+
+    int (IPowerManager::*getters[])(int *) = {
+        &IPowerManager::SysGetLCDBrightness,   &IPowerManager::SysGetBatCap,
+        &IPowerManager::SysGetBatVol,          &IPowerManager::SysGetChgStat,
+        &IPowerManager::SysGetSleepTime,       &IPowerManager::SysGetAllowEnterSleep,
+        &IPowerManager::SysGetDeepSleepTime,   &IPowerManager::SysGetSleepShutdownTime,
+    };
+    for (auto getter : getters) {
+        int out = -777;
+        int status = (power.*getter)(&out);
+        if (reply.plain()) FUZZ_CHECK(status == reply.word(1) && out == reply.word(2));
+        (void)(power.*getter)(nullptr);
+    }
+
+    int first = -777, second = -777, third = -777;
+    int status = power.SysGetBatteryInfo(&first, &second, &third);
+    if (reply.plain()) {
+        FUZZ_CHECK(status == reply.word(1) && first == reply.word(2));
+        FUZZ_CHECK(second == reply.word(3) && third == reply.word(4));
+    }
+    (void)power.SysGetBatteryInfo(nullptr, nullptr, nullptr);
+}
+
+// Walks the bytes as a run of C strings into a buffer just large enough for the longest
+// string the parcel could hold, so any copy past that is caught.
+void exerciseCStrings(const uint8_t *data, size_t size) {
+    Parcel reply;
+    reply.setData(data, size);
+    std::vector<char> dst(size > 0 ? size : 1);
+    for (;;) {
+        size_t before = reply.dataPosition();
+        char *text = x_readCStringFromParcel(reply, dst.data());
+        if (text == nullptr) {
+            FUZZ_CHECK(dst[0] == '\0');
+            break;
+        }
+        FUZZ_CHECK(text == dst.data());
+        size_t len = strlen(text);
+        FUZZ_CHECK(before + len < size);
+        FUZZ_CHECK(memcmp(text, data + before, len) == 0);
+        FUZZ_CHECK(reply.dataPosition() > before);
+    }
+    reply.setDataPosition(0);
+    (void)x_readCStringFromParcel(reply, nullptr);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    sp<IBinder> binder = new ReplyingBinder(data, size);
+    ReplyWords reply{data, size};
+    sp<ISystemManager> system = new BpSystemManager(binder);
+    exerciseSystem(*system, reply);
+    sp<IPowerManager> power = new BpPowerManager(binder);
+    exercisePower(*power, reply);
+    exerciseCStrings(data, size);
+    return 0;
+}
