@@ -123,7 +123,8 @@ void testRandom(Checks &checks) {
     // More than a call may ask for: nothing is written, even with room for it.
     std::vector<unsigned char> large(1025, 0x5A);
     OsGetRandom(large.data(), static_cast<int>(large.size()));
-    bool untouched = std::all_of(large.begin(), large.end(), [](unsigned char b) { return b == 0x5A; });
+    bool untouched =
+        std::all_of(large.begin(), large.end(), [](unsigned char b) { return b == 0x5A; });
     checks.check("OsGetRandom refuses 1025 bytes", untouched);
 }
 

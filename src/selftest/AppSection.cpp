@@ -49,10 +49,10 @@ void testInstalledList(Checks &checks, const Expectations &expected) {
     std::vector<OsAppOptRecord> options(kMaxApps);
     memset(options.data(), 0, options.size() * sizeof options[0]);
     int optionCount = OsGetOptInfo(options.data(), kMaxApps);
-    checks.check("OsGetAppInfo and OsGetOptInfo list " + std::to_string(count) + " applications",
-                 count >= 0 && optionCount == count,
-                 "OsGetAppInfo " + std::to_string(count) + ", OsGetOptInfo " +
-                     std::to_string(optionCount));
+    checks.check(
+        "OsGetAppInfo and OsGetOptInfo list " + std::to_string(count) + " applications",
+        count >= 0 && optionCount == count,
+        "OsGetAppInfo " + std::to_string(count) + ", OsGetOptInfo " + std::to_string(optionCount));
     if (!expected.apps.empty()) {
         checks.check("the scenario's applications are all listed",
                      count == static_cast<int>(expected.apps.size()),
@@ -60,20 +60,19 @@ void testInstalledList(Checks &checks, const Expectations &expected) {
     }
     for (const ExpectedApp &app : expected.apps) {
         const OsAppInfoRecord *listed = findApp(list, count, app.id);
-        checks.check("listed: " + app.id + " \"" + app.name + "\" " + app.version,
-                     listed && field(listed->appName) == app.name &&
-                         field(listed->version) == app.version,
-                     listed ? "listed as \"" + field(listed->appName) + "\" " +
-                                  field(listed->version)
-                            : "missing");
+        checks.check(
+            "listed: " + app.id + " \"" + app.name + "\" " + app.version,
+            listed && field(listed->appName) == app.name && field(listed->version) == app.version,
+            listed ? "listed as \"" + field(listed->appName) + "\" " + field(listed->version)
+                   : "missing");
         OsAppInfoRecord one;
         memset(&one, 0, sizeof one);
         int status = OsGetAppInfoByAppid(app.id.c_str(), &one);
-        checks.check("OsGetAppInfoByAppid " + app.id,
-                     status == 0 && field(one.appName) == app.name &&
-                         field(one.version) == app.version,
-                     "status " + std::to_string(status) + ", \"" + field(one.appName) + "\" " +
-                         field(one.version));
+        checks.check(
+            "OsGetAppInfoByAppid " + app.id,
+            status == 0 && field(one.appName) == app.name && field(one.version) == app.version,
+            "status " + std::to_string(status) + ", \"" + field(one.appName) + "\" " +
+                field(one.version));
     }
     OsAppInfoRecord none;
     memset(&none, 0, sizeof none);
@@ -85,10 +84,10 @@ void testCustomSettings(Checks &checks) {
     int status = kivosetcustom("SELFTEST_KEY", "first value");
     char value[33] = {0};
     int read = kivogetcustom("SELFTEST_KEY", value);
-    checks.check("kivosetcustom then kivogetcustom", status == 0 && read == 0 &&
-                                                          strcmp(value, "first value") == 0,
-                 "statuses " + std::to_string(status) + ", " + std::to_string(read) + ", \"" +
-                     value + "\"");
+    checks.check(
+        "kivosetcustom then kivogetcustom",
+        status == 0 && read == 0 && strcmp(value, "first value") == 0,
+        "statuses " + std::to_string(status) + ", " + std::to_string(read) + ", \"" + value + "\"");
     status = kivosetcustom("SELFTEST_KEY", "second value");
     memset(value, 0, sizeof value);
     read = kivogetcustom("SELFTEST_KEY", value);
@@ -115,8 +114,7 @@ std::string buildPackage(std::string &workDir) {
     if (mkdir(content.c_str(), 0755) != 0 || mkdir((content + "/bin").c_str(), 0755) != 0) {
         return "";
     }
-    std::string manifest = std::string("{\"id\": \"") + kChildId + "\", \"name\": \"" +
-                           kChildName +
+    std::string manifest = std::string("{\"id\": \"") + kChildId + "\", \"name\": \"" + kChildName +
                            "\", \"version\": \"1.0.0-1\", \"exec\": \"bin/child.sh\", "
                            "\"description\": \"self-test child\"}\n";
     if (!writeFile(content + "/manifest.json", manifest) ||
@@ -158,11 +156,11 @@ void testPackage(Checks &checks) {
         OsAppInfoRecord info;
         memset(&info, 0, sizeof info);
         status = OsGetAppInfoByAppid(kChildId, &info);
-        checks.check("the installed package reads V1.0.0-1",
-                     status == 0 && field(info.appName) == kChildName &&
-                         field(info.version) == "V1.0.0-1",
-                     "status " + std::to_string(status) + ", \"" + field(info.appName) + "\" " +
-                         field(info.version));
+        checks.check(
+            "the installed package reads V1.0.0-1",
+            status == 0 && field(info.appName) == kChildName && field(info.version) == "V1.0.0-1",
+            "status " + std::to_string(status) + ", \"" + field(info.appName) + "\" " +
+                field(info.version));
         testChildApplication(checks);
         status = OsUninstallFile(kChildId, 1);
         int after = OsGetAppInfoByAppid(kChildId, &info);

@@ -76,10 +76,10 @@ void testPositions(Checks &checks, void *table) {
     int status = DB_bDeleteRec(table, 0);
     r = Record{};
     n = DB_nReadRec(table, 0, sizeof r, &r);
-    checks.check("delete position 0 moves B002 to the front",
-                 status == 0 && n == sizeof r && strcmp(r.id, "B002") == 0 &&
-                     DB_nGetRecordSUM(table) == 2,
-                 describe(table, status));
+    checks.check(
+        "delete position 0 moves B002 to the front",
+        status == 0 && n == sizeof r && strcmp(r.id, "B002") == 0 && DB_nGetRecordSUM(table) == 2,
+        describe(table, status));
 
     status = DB_bDeleteRecByKey(table, "B002");
     int count = DB_nGetRecordSUM(table);
@@ -144,8 +144,7 @@ void testDatabase(Checks &checks, const Expectations &) {
     std::string path = std::string(dir) + "/com.pos.selftest.db";
     int status = DB_bInitBySysService(dir, "com.pos.selftest");
     bool created = access(path.c_str(), F_OK) == 0;
-    if (checks.check("DB_bInitBySysService creates " + path, status == 0 && created,
-                     got(status))) {
+    if (checks.check("DB_bInitBySysService creates " + path, status == 0 && created, got(status))) {
         testTable(checks);
         DB_vUnInit();
     }

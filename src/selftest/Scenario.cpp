@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cctype>
+#include <climits>
 #include <fstream>
 #include <sstream>
 #include <type_traits>
@@ -34,7 +35,13 @@ template <typename T>
 std::optional<T> optionalField(const json &section, const char *key) {
     if (!section.is_object() || !section.contains(key)) return std::nullopt;
     const json &value = section.at(key);
-    if (std::is_same<T, int>::value && !value.is_number_integer()) return std::nullopt;
+    // Integers out of int's range are no reading the simulator could report: ignore them.
+    if (std::is_same<T, int>::value &&
+        (!value.is_number_integer() || value.get<long long>() < INT_MIN ||
+         (value.is_number_unsigned() ? value.get<unsigned long long>() > INT_MAX
+                                     : value.get<long long>() > INT_MAX))) {
+        return std::nullopt;
+    }
     if (std::is_same<T, std::string>::value && !value.is_string()) return std::nullopt;
     return value.get<T>();
 }
@@ -72,8 +79,8 @@ std::string reportedVersion(const std::string &version) {
               readNumber(version, pos, patch) && readSeparator(version, pos, '-') &&
               readNumber(version, pos, build) && pos == version.size();
     if (!ok) return "";
-    return "V" + std::to_string(major) + "." + std::to_string(minor) + "." +
-           std::to_string(patch) + "-" + std::to_string(build);
+    return "V" + std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch) +
+           "-" + std::to_string(build);
 }
 
 bool parseScenario(const std::string &text, Expectations &out, std::string &error) {

@@ -43,11 +43,11 @@ void testBattery(Checks &checks, BpTransferHub *hub, const Expectations &expecte
                  expected.batteryVoltage ? "expected " + std::to_string(*expected.batteryVoltage)
                                          : "not positive");
     int charge = hub->IPowerSysChgState();
-    checks.check("charge state " + std::to_string(charge),
-                 expected.chargeState ? charge == *expected.chargeState
-                                      : charge >= 0 && charge <= 2,
-                 expected.chargeState ? "expected " + std::to_string(*expected.chargeState)
-                                      : "outside 0..2");
+    checks.check(
+        "charge state " + std::to_string(charge),
+        expected.chargeState ? charge == *expected.chargeState : charge >= 0 && charge <= 2,
+        expected.chargeState ? "expected " + std::to_string(*expected.chargeState)
+                             : "outside 0..2");
     int first = -1, second = -1, third = -1;
     int status = hub->IPowerSysGetBatInfo(&first, &second, &third);
     checks.check("battery information agrees with the single readings",

@@ -56,6 +56,13 @@ TEST(SelftestScenario, AbsentOrMistypedValuesExpectNothing) {
     EXPECT_FALSE(expected.serialNumber.has_value());
     EXPECT_TRUE(expected.apps.empty());
 
+    // Beyond int's range, either way: no reading, rather than a wrapped one.
+    ASSERT_TRUE(selftest::parseScenario(
+        R"({"power": {"battery_capacity": 4294967381, "battery_voltage": -4294967296}})", expected,
+        error));
+    EXPECT_FALSE(expected.batteryCapacity.has_value());
+    EXPECT_FALSE(expected.batteryVoltage.has_value());
+
     ASSERT_TRUE(selftest::parseScenario("{}", expected, error));
     EXPECT_TRUE(expected.apps.empty());
 }
