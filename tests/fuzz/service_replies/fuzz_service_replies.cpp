@@ -1,8 +1,9 @@
 // Reply decoding of the system and power proxies: a binder that answers every transaction with
-// the fuzz bytes, then every operation of both proxies, then the C-string reader the proxies
-// export. Whatever the service sends, an integer reply reads the words that are there and 0
+// the fuzz bytes, then every operation of both proxies, the service manager's list and the
+// C-string reader the proxies export. Whatever the service sends, an integer reply reads the words that are there and 0
 // for those that are not, and text comes back terminated.
 #include <binder/IBinder.h>
+#include <binder/IServiceManager.h>
 #include <binder/Parcel.h>
 #include <pos_sdk/service/IPowerManager.h>
 #include <pos_sdk/service/ISystemManager.h>
@@ -124,6 +125,15 @@ void exercisePower(IPowerManager &power, const ReplyWords &reply) {
     (void)power.SysGetBatteryInfo(nullptr, nullptr, nullptr);
 }
 
+// The service manager's list: however many names the reply claims, no more are read than it
+// holds (a name takes at least its length word).
+void exerciseServiceList(const sp<IBinder> &binder, size_t size) {
+    sp<IServiceManager> manager = IServiceManager::asInterface(binder);
+    FUZZ_CHECK(manager != nullptr);
+    std::vector<String16> names = manager->listServices();
+    FUZZ_CHECK(names.size() <= size / 4);
+}
+
 // Walks the bytes as a run of C strings into a buffer just large enough for the longest
 // string the parcel could hold, so any copy past that is caught.
 void exerciseCStrings(const uint8_t *data, size_t size) {
@@ -156,6 +166,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     exerciseSystem(*system, reply);
     sp<IPowerManager> power = new BpPowerManager(binder);
     exercisePower(*power, reply);
+    exerciseServiceList(binder, size);
     exerciseCStrings(data, size);
     return 0;
 }
