@@ -231,7 +231,7 @@ int main(int argc, char **argv) {
 
     Mutator mutator(seeds);
     for (long i = 0; i < mutations; ++i) run(mutator.next());
-    std::printf("%s: %zu seeds and %ld mutations ran without failure\n", name.c_str(),
-                seeds.size(), mutations);
+    std::printf("%s: %zu seeds and %ld mutations ran without failure\n", name.c_str(), seeds.size(),
+                mutations);
     return 0;
 }

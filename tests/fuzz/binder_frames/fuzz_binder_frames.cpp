@@ -66,7 +66,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             break;
         }
         FUZZ_CHECK(status == OK);
-        FUZZ_CHECK(header.word == wordAt(data + offset) && header.flags == wordAt(data + offset + 4));
+        FUZZ_CHECK(header.word == wordAt(data + offset) &&
+                   header.flags == wordAt(data + offset + 4));
         FUZZ_CHECK(header.size == declared && payload.dataSize() == declared);
         FUZZ_CHECK(payload.dataPosition() == 0);
         const uint8_t *body = data + offset + sizeof(FrameHeader);

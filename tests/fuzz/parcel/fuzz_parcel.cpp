@@ -28,7 +28,9 @@ struct Bounds {
     }
 };
 
-Bounds boundsOf(const Parcel &p) { return {p.data(), p.data() + p.dataSize()}; }
+Bounds boundsOf(const Parcel &p) {
+    return {p.data(), p.data() + p.dataSize()};
+}
 
 void checkCString(const Parcel &p) {
     size_t before = p.dataPosition();
@@ -59,7 +61,9 @@ void checkConversions(const String16 &text) {
     FUZZ_CHECK(String8(String16(utf8)) == utf8);
 }
 
-void checkString16(const Parcel &p) { checkConversions(p.readString16()); }
+void checkString16(const Parcel &p) {
+    checkConversions(p.readString16());
+}
 
 void checkUtf8(const Parcel &p) {
     auto *bytes = reinterpret_cast<const char *>(p.data());

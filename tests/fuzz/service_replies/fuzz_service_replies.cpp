@@ -1,7 +1,7 @@
 // Reply decoding of the system and power proxies: a binder that answers every transaction with
 // the fuzz bytes, then every operation of both proxies, the service manager's list and the
-// C-string reader the proxies export. Whatever the service sends, an integer reply reads the words that are there and 0
-// for those that are not, and text comes back terminated.
+// C-string reader the proxies export. Whatever the service sends, an integer reply reads the words
+// that are there and 0 for those that are not, and text comes back terminated.
 #include <binder/IBinder.h>
 #include <binder/IServiceManager.h>
 #include <binder/Parcel.h>
@@ -54,17 +54,18 @@ struct ReplyWords {
     }
 };
 
-void checkText(const char *text) {
+// Text is the UTF-8 of units this reply holds: at most three bytes for each two-byte unit.
+void checkText(const char *text, const ReplyWords &reply) {
     FUZZ_CHECK(text != nullptr);
-    FUZZ_CHECK(strlen(text) < 4 * 65536);  // reads up to its terminator without running off
+    FUZZ_CHECK(strlen(text) <= reply.size / 2 * 3);
 }
 
 void exerciseSystem(ISystemManager &system, const ReplyWords &reply) {
-    checkText(system.SystemGetMCURTCTime(2));
-    checkText(system.SystemGetDevInfo(1));
+    checkText(system.SystemGetMCURTCTime(2), reply);
+    checkText(system.SystemGetDevInfo(1), reply);
     int value = 0;
-    checkText(system.SystemGetDebugModeRandom(&value));
-    checkText(system.SystemGetDebugModeRandom(nullptr));
+    checkText(system.SystemGetDebugModeRandom(&value), reply);
+    checkText(system.SystemGetDebugModeRandom(nullptr), reply);
 
     char text[] = "0123456789";
     int statuses[] = {
@@ -104,10 +105,10 @@ void exercisePower(IPowerManager &power, const ReplyWords &reply) {
     }
 
     int (IPowerManager::*getters[])(int *) = {
-        &IPowerManager::SysGetLCDBrightness,   &IPowerManager::SysGetBatCap,
-        &IPowerManager::SysGetBatVol,          &IPowerManager::SysGetChgStat,
-        &IPowerManager::SysGetSleepTime,       &IPowerManager::SysGetAllowEnterSleep,
-        &IPowerManager::SysGetDeepSleepTime,   &IPowerManager::SysGetSleepShutdownTime,
+        &IPowerManager::SysGetLCDBrightness, &IPowerManager::SysGetBatCap,
+        &IPowerManager::SysGetBatVol,        &IPowerManager::SysGetChgStat,
+        &IPowerManager::SysGetSleepTime,     &IPowerManager::SysGetAllowEnterSleep,
+        &IPowerManager::SysGetDeepSleepTime, &IPowerManager::SysGetSleepShutdownTime,
     };
     for (auto getter : getters) {
         int out = -777;
