@@ -2,6 +2,8 @@
 
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
+#include <cerrno>
 #include <fstream>
 #include <sstream>
 
@@ -30,11 +32,33 @@ Scenario defaultScenario() {
 
 namespace {
 
+enum class NumberRead { Ok, Missing, OutOfRange };
+
+// strtol rather than sscanf("%d"): a number too large for int is refused, not undefined.
+NumberRead readInt(const char *&p, int &out) {
+    char *end = nullptr;
+    errno = 0;
+    long value = std::strtol(p, &end, 10);
+    if (end == p) return NumberRead::Missing;
+    if (errno == ERANGE || value < INT_MIN || value > INT_MAX) return NumberRead::OutOfRange;
+    out = static_cast<int>(value);
+    p = end;
+    return NumberRead::Ok;
+}
+
+// "MAJOR.MINOR.PATCH-BUILD"; trailing parts may be missing, as with "%d.%d.%d-%d".
 bool parseVersion(const std::string &text, AppVersion &v) {
     AppVersion parsed;
-    int n = std::sscanf(text.c_str(), "%d.%d.%d-%d", &parsed.major, &parsed.minor, &parsed.patch,
-                        &parsed.build);
-    if (n < 1) return false;
+    const char *p = text.c_str();
+    if (readInt(p, parsed.major) != NumberRead::Ok) return false;
+    int *const rest[] = {&parsed.minor, &parsed.patch, &parsed.build};
+    const char separators[] = {'.', '.', '-'};
+    for (int i = 0; i < 3 && *p == separators[i]; ++i) {
+        ++p;
+        NumberRead r = readInt(p, *rest[i]);
+        if (r == NumberRead::OutOfRange) return false;
+        if (r == NumberRead::Missing) break;
+    }
     v = parsed;
     return true;
 }

@@ -169,6 +169,13 @@ TEST(ScenarioTest, DefaultsFillWhatAFileLeavesOut) {
     EXPECT_FALSE(parseScenario("{\"apps\":[{\"name\":\"no id\"}]}", s, error));
     EXPECT_FALSE(parseScenario("{\"apps\":[{\"id\":\"a\",\"version\":\"x\"}]}", s, error));
     EXPECT_FALSE(parseScenario("{not json", s, error));
+
+    // Versions: trailing parts may be missing; a part too large for an int is refused.
+    ASSERT_TRUE(parseScenario(R"({"apps":[{"id":"a","version":"7.1"}]})", s, error)) << error;
+    EXPECT_EQ(s.apps[0].version.major, 7);
+    EXPECT_EQ(s.apps[0].version.minor, 1);
+    EXPECT_EQ(s.apps[0].version.build, 0);
+    EXPECT_FALSE(parseScenario(R"({"apps":[{"id":"a","version":"1.99999999999"}]})", s, error));
 }
 
 TEST(ManifestTest, RefusesIdsAndProgramsThatLeaveThePackage) {
