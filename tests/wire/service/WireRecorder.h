@@ -7,7 +7,10 @@
 #include <binder/Binder.h>
 #include <binder/Parcel.h>
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -71,6 +74,35 @@ class RecordingService : public android::BBinder {
   private:
     android::String16 mDescriptor;
     std::vector<uint8_t> mReply;
+};
+
+// A proxy of interface I over a recording service that answers as DESCRIPTOR (an ASCII text
+// written out by the test, so the golden token does not come from our own descriptor).
+template <typename I>
+class WireTest : public ::testing::Test {
+  protected:
+    explicit WireTest(const char *descriptor)
+        : mDescriptor(descriptor), mDescriptor16(descriptor, descriptor + strlen(descriptor)) {}
+
+    void SetUp() override {
+        service = new RecordingService(mDescriptor);
+        proxy = I::asInterface(service);
+        ASSERT_NE(proxy, nullptr);
+    }
+
+    // The last request was `code` with the token and then exactly `fields`.
+    void expectRequest(uint32_t code, const Bytes &fields) {
+        EXPECT_EQ(service->code, code);
+        EXPECT_EQ(service->flags, 0u);
+        EXPECT_EQ(service->request, token(mDescriptor16).append(fields).b);
+    }
+
+    android::sp<RecordingService> service;
+    android::sp<I> proxy;
+
+  private:
+    const char *mDescriptor;
+    std::u16string mDescriptor16;
 };
 
 #endif

@@ -11,24 +11,9 @@ using namespace android;
 
 namespace {
 
-const std::u16string kDescriptor = u"com.torva.binder.IPowerManager";
-
-class PowerWire : public ::testing::Test {
+class PowerWire : public WireTest<IPowerManager> {
   protected:
-    void SetUp() override {
-        service = new RecordingService("com.torva.binder.IPowerManager");
-        proxy = IPowerManager::asInterface(service);
-        ASSERT_NE(proxy, nullptr);
-    }
-
-    void expectRequest(uint32_t code, const Bytes &fields) {
-        EXPECT_EQ(service->code, code);
-        EXPECT_EQ(service->flags, 0u);
-        EXPECT_EQ(service->request, token(kDescriptor).append(fields).b);
-    }
-
-    sp<RecordingService> service;
-    sp<IPowerManager> proxy;
+    PowerWire() : WireTest("com.torva.binder.IPowerManager") {}
 };
 
 TEST_F(PowerWire, WholeRequestByteForByte) {

@@ -9,25 +9,9 @@ using namespace android;
 
 namespace {
 
-const std::u16string kDescriptor = u"com.kivo.manager.ISystemManager";
-
-class SystemWire : public ::testing::Test {
+class SystemWire : public WireTest<ISystemManager> {
   protected:
-    void SetUp() override {
-        service = new RecordingService("com.kivo.manager.ISystemManager");
-        proxy = ISystemManager::asInterface(service);
-        ASSERT_NE(proxy, nullptr);
-    }
-
-    // The last request was `code` with the token and then exactly `fields`.
-    void expectRequest(uint32_t code, const Bytes &fields) {
-        EXPECT_EQ(service->code, code);
-        EXPECT_EQ(service->flags, 0u);
-        EXPECT_EQ(service->request, token(kDescriptor).append(fields).b);
-    }
-
-    sp<RecordingService> service;
-    sp<ISystemManager> proxy;
+    SystemWire() : WireTest("com.kivo.manager.ISystemManager") {}
 };
 
 TEST_F(SystemWire, TextReplies) {
