@@ -2,6 +2,7 @@
 #ifndef POS_SDK_POS_SDK_H
 #define POS_SDK_POS_SDK_H
 
+#include "os_status.h"
 #include "log.h"
 #include "sql.h"
 #include "db.h"

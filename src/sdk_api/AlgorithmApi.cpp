@@ -10,11 +10,10 @@
 
 #include "pos_sdk/crypto.h"
 #include "pos_sdk/log.h"
+#include "pos_sdk/os_status.h"
 
 namespace {
 
-constexpr int kBadArgument = -1003;
-constexpr int kKeyGenFailed = -2402;
 constexpr int kMaxRandomLength = 1024;
 constexpr unsigned long kPublicExponent = 65537;
 
@@ -88,7 +87,7 @@ POS_API int OsRSA(const unsigned char *modulus, int modulusLen, const unsigned c
                   int exponentLen, const unsigned char *in, unsigned char *out, int mode) {
     if (modulus == nullptr || exponent == nullptr || in == nullptr || out == nullptr ||
         !validRsaLength(modulusLen)) {
-        return kBadArgument;
+        return OS_ERR_BAD_ARGUMENT;
     }
     // An exponent as long as the modulus is a private exponent. Otherwise the key is public
     // and e is always 65537: the caller's exponent bytes are not used, which existing
@@ -113,7 +112,7 @@ POS_API int OsRSAKeyGen(unsigned char *modulus, unsigned char *privateExp, int l
                         unsigned char *publicExp) {
     if (modulus == nullptr || privateExp == nullptr || publicExp == nullptr ||
         !validRsaLength(len)) {
-        return kBadArgument;
+        return OS_ERR_BAD_ARGUMENT;
     }
     RSA *rsa = RSA_new();
     BIGNUM *e = BN_new();
@@ -123,7 +122,7 @@ POS_API int OsRSAKeyGen(unsigned char *modulus, unsigned char *privateExp, int l
         // The half-built key is released here too, so a failed generation leaks nothing.
         BN_free(e);
         RSA_free(rsa);
-        return kKeyGenFailed;
+        return OS_ERR_RSA_KEYGEN;
     }
 
     // Each number goes out as its minimal big-endian bytes at the start of a zeroed buffer,

@@ -9,15 +9,13 @@
 #include "PkgWire.h"
 #include "pos_sdk/app.h"
 #include "pos_sdk/log.h"
+#include "pos_sdk/os_status.h"
 #include "pos_sdk/pkg.h"
 
 using namespace pkgwire;
 
 namespace {
 
-constexpr int kBadArgument = -1003;
-constexpr int kServerFailed = -1002;
-constexpr int kNotSupported = -1015;
 constexpr int kPackageTimeoutSec = 5;
 constexpr int kInstallTimeoutSec = 10;
 
@@ -86,8 +84,8 @@ bool isEmpty(const char *text) {
 }
 
 int startApp(const char *appName, int argc, const char (*argv)[32]) {
-    if (isEmpty(appName)) return kBadArgument;
-    return PkgAppStartCmd(kPackageTimeoutSec, appName, argc, argv) == 0 ? 0 : kServerFailed;
+    if (isEmpty(appName)) return OS_ERR_BAD_ARGUMENT;
+    return PkgAppStartCmd(kPackageTimeoutSec, appName, argc, argv) == 0 ? 0 : OS_ERR_PKG_SERVER;
 }
 
 // The custom-settings table of "/KVSYSTEMSHMKEY", mapped for the length of one call.
@@ -147,7 +145,7 @@ bool keyMatches(const CustomEntry &e, const char (&key)[33]) {
 extern "C" {
 
 POS_API int OsGetAppInfo(OsAppInfoRecord *list, int max) {
-    if (max < 1 || list == nullptr) return kBadArgument;
+    if (max < 1 || list == nullptr) return OS_ERR_BAD_ARGUMENT;
     PkgAppListEntry *entries = nullptr;
     int count = 0;
     if (loadAppList(&entries, &count) != 0) return 0;  // not -1003: differs from OsGetOptInfo
@@ -158,10 +156,10 @@ POS_API int OsGetAppInfo(OsAppInfoRecord *list, int max) {
 }
 
 POS_API int OsGetOptInfo(OsAppOptRecord *list, int max) {
-    if (max < 1 || list == nullptr) return kBadArgument;
+    if (max < 1 || list == nullptr) return OS_ERR_BAD_ARGUMENT;
     PkgAppListEntry *entries = nullptr;
     int count = 0;
-    if (loadAppList(&entries, &count) != 0) return kBadArgument;
+    if (loadAppList(&entries, &count) != 0) return OS_ERR_BAD_ARGUMENT;
     int filled = count < max ? count : max;
     for (int i = 0; i < filled; ++i) fillOptInfo(&list[i], entries[i]);
     PkgFreeAppList(entries);
@@ -169,13 +167,13 @@ POS_API int OsGetOptInfo(OsAppOptRecord *list, int max) {
 }
 
 POS_API int OsGetAppInfoByAppid(const char *appId, OsAppInfoRecord *out) {
-    if (appId == nullptr || out == nullptr) return kBadArgument;
+    if (appId == nullptr || out == nullptr) return OS_ERR_BAD_ARGUMENT;
     PkgAppInfoRecord info;
     memset(&info, 0, sizeof info);
     int rc = PkgGetAppInfo(kPackageTimeoutSec, appId, &info);
     if (rc != 0) {
         Log_Err("PkgGetAppInfo error =%d !", rc);
-        return kServerFailed;
+        return OS_ERR_PKG_SERVER;
     }
     copyText(out->description, sizeof out->description, info.description, sizeof info.description);
     fillAppInfo(out, info);
@@ -191,17 +189,17 @@ POS_API int OsRunAppEx(const char *appName, int argc, const char (*argv)[32]) {
 }
 
 POS_API int OsInstallFile(int /*reserved*/, const char *path, int type) {
-    if (isEmpty(path)) return kBadArgument;
-    if (type != 1 && type != 5) return kNotSupported;
+    if (isEmpty(path)) return OS_ERR_BAD_ARGUMENT;
+    if (type != 1 && type != 5) return OS_ERR_NOT_SUPPORTED;
     int rc = PkgAppManagementCmd(PKG_SERVER_PACKAGE, kInstallTimeoutSec, PKG_CMD_INSTALL, path);
-    return rc == 0 ? 0 : kBadArgument;
+    return rc == 0 ? 0 : OS_ERR_BAD_ARGUMENT;
 }
 
 POS_API int OsUninstallFile(const char *appId, int type) {
-    if (type != 1) return kNotSupported;  // checked before the pointer, as applications expect
-    if (isEmpty(appId)) return kBadArgument;
+    if (type != 1) return OS_ERR_NOT_SUPPORTED;  // checked before the pointer, as applications expect
+    if (isEmpty(appId)) return OS_ERR_BAD_ARGUMENT;
     int rc = PkgAppManagementCmd(PKG_SERVER_PACKAGE, kPackageTimeoutSec, PKG_CMD_UNINSTALL, appId);
-    return rc == 0 ? 0 : kBadArgument;
+    return rc == 0 ? 0 : OS_ERR_BAD_ARGUMENT;
 }
 
 POS_API int kivosetcustom(const char *key, const char *value) {
