@@ -10,6 +10,26 @@ namespace android {
 class POS_API IPowerManager : public IInterface {
     POS_DECLARE_SERVICE_INTERFACE(PowerManager)
 
+    // Transaction codes.
+    enum : uint32_t {
+        GET_LCD_BRIGHTNESS = 1,
+        SET_LCD_BRIGHTNESS = 2,
+        GET_BAT_CAP = 3,
+        GET_BAT_VOL = 4,
+        GET_CHG_STAT = 5,
+        // The battery information goes out with the charge-state code and no call sends 6: the
+        // service answers 5 with the charge state, capacity and voltage. Kept for the wire.
+        GET_BATTERY_INFO = 5,
+        SET_SLEEP_TIME = 7,
+        GET_SLEEP_TIME = 8,
+        ALLOW_ENTER_SLEEP = 9,
+        GET_ALLOW_ENTER_SLEEP = 10,
+        SET_DEEP_SLEEP_TIME = 11,
+        GET_DEEP_SLEEP_TIME = 12,
+        SET_SLEEP_SHUTDOWN_TIME = 13,
+        GET_SLEEP_SHUTDOWN_TIME = 14,
+    };
+
     virtual int SysGetLCDBrightness(int *level) = 0;
     virtual int SysSetLCDBrightness(int level) = 0;
     virtual int SysGetBatCap(int *capacity) = 0;

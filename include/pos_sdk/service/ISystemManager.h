@@ -13,6 +13,26 @@ namespace android {
 class POS_API ISystemManager : public IInterface {
     POS_DECLARE_SERVICE_INTERFACE(SystemManager)
 
+    // Transaction codes.
+    enum : uint32_t {
+        GET_MCU_RTC_TIME = 1,
+        SET_MCU_RTC_TIME = 2,
+        SET_MCU_SLEEP = 3,
+        SET_MCU_WAKE_UP = 4,
+        CTRL_BEEPER = 5,
+        CTRL_KEYTONE = 6,
+        GET_DEV_INFO = 7,
+        SET_DEV_INFO = 8,
+        GET_DEBUG_MODE_RANDOM = 9,
+        SET_DEBUG_MODE = 10,
+        GET_WAKE_SOURCE = 11,
+        CTRL_LED = 12,
+        MCU_RFID_TEST = 13,
+        SYNC_BAT_STATE = 14,
+        SET_LP_LED_FREQ = 15,
+        GET_LP_LED_FREQ = 16,
+    };
+
     virtual const char *SystemGetMCURTCTime(int format) = 0;
     virtual int SystemSetMCURTCTime(int year, int month, int day, int hour, int minute, int second,
                                     int format) = 0;

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "FuzzCheck.h"
-#include "service/ParcelUtil.h"
+#include "service/ProxyCall.h"
 
 using namespace android;
 

@@ -6,7 +6,7 @@
 #include <pos_sdk/service/ISystemManager.h>
 
 #include "FakeBinders.h"
-#include "service/ParcelUtil.h"
+#include "service/ProxyCall.h"
 
 using namespace android;
 
