@@ -41,8 +41,24 @@ class POS_API BpTransferHub {
     // Copies nothing and returns the singleton rather than *this; kept for compatibility.
     BpTransferHub &operator=(const BpTransferHub &other);
 
-    // Power service. The four getters without arguments return the value read, or -1 when
-    // the service answers a non-zero status.
+    // One section per service, in member order. Each section's operations are defined in
+    // src/service/hub/<Service>Hub.cpp.
+
+    // ---- Cloud (test service) ----
+
+    // ---- ICCard ----
+
+    // ---- Magcard ----
+
+    // ---- RFID ----
+
+    // ---- Thermal (printer) ----
+
+    // ---- Network ----
+
+    // ---- Power ----
+    // The four getters without arguments return the value read, or -1 when the service
+    // answers a non-zero status.
     int IPowerSysGetBatCap();
     int IPowerSysGetBatVol();
     int IPowerSysChgState();
@@ -58,7 +74,7 @@ class POS_API BpTransferHub {
     int IPowerSysSetSleepShutdownTime(int value);
     int IPowerSysGetSleepShutdownTime(int *value);
 
-    // System service.
+    // ---- System ----
     const char *ISystemGetMCURTCTime();
     int ISystemSetMCURTCTime(int year, int month, int day, int hour, int minute, int second);
     int ISystemCtrlBeeper(int frequency, int duration);
@@ -73,6 +89,18 @@ class POS_API BpTransferHub {
     int ISystemSyncBATState(int state);
     int ISystemSetLPLEDFreq(int frequency);
     int ISystemGetLPLEDFreq(int *frequency);
+
+    // ---- Pinpad ----
+
+    // ---- Wifi ----
+
+    // ---- Security ----
+
+    // ---- Qd36n (model MCU) ----
+
+    // ---- SegLcd ----
+
+    // ---- Tts ----
 
   private:
     static BpTransferHub *instance;
