@@ -1,13 +1,16 @@
 // pos-sim: the simulated terminal.
-//   pos-sim run [--scenario FILE] [--out DIR] -- COMMAND [ARGS...]
-//   pos-sim shell [--scenario FILE] [--out DIR]
+//   pos-sim run [--scenario FILE] [--out DIR] [--name NAME] -- COMMAND [ARGS...]
+//   pos-sim shell [--scenario FILE] [--out DIR] [--name NAME]
+//   pos-sim ctl [--name NAME | --out DIR] SERVICE COMMAND | list
 // Builds a sandbox in which every fixed path of the terminal exists privately, starts the
 // terminal's processes in it, runs the command against them and tears everything down,
 // returning the command's exit status.
 //
 // Inside the sandbox start-up goes in stages, each undone in reverse order on the way out:
 //   shared memory, system state and local servers -> service manager -> services -> command.
-#include <pthread.h>
+// The supervisor of the services answers the control console (`pos-sim ctl`) inside; from the
+// host a run is reached by its name, through a socket this process relays into the sandbox.
+#include <sys/socket.h>
 #include <signal.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -22,7 +25,9 @@
 #include <string>
 #include <vector>
 
-#include "ServiceHost.h"
+#include "Registry.h"
+#include "Supervisor.h"
+#include "control/control.h"
 #include "sandbox/sandbox.h"
 #include "scenario/scenario.h"
 #include "servers/local_servers.h"
@@ -35,13 +40,17 @@ const int kStartTimeoutMs = 10000;
 struct Options {
     std::string scenarioPath;
     std::string outDir;
+    std::string name;  // --name: how `pos-sim ctl` reaches the run from the host
+    bool shell = false;
     std::vector<std::string> command;
 };
 
-void usage() {
-    fprintf(stderr,
-            "usage: pos-sim run [--scenario FILE] [--out DIR] -- COMMAND [ARGS...]\n"
-            "       pos-sim shell [--scenario FILE] [--out DIR]\n");
+void usage(FILE *to) {
+    fprintf(to,
+            "usage: pos-sim run [--scenario FILE] [--out DIR] [--name NAME] -- COMMAND [ARGS...]\n"
+            "       pos-sim shell [--scenario FILE] [--out DIR] [--name NAME]\n"
+            "       pos-sim ctl [--name NAME | --out DIR] SERVICE COMMAND | list\n"
+            "       pos-sim ctl --help\n");
 }
 
 // The shell finds pos-pkg (built beside pos-sim) to call the local servers by hand.
@@ -65,12 +74,15 @@ bool parseOptions(int argc, char **argv, Options *opts) {
             opts->scenarioPath = argv[++i];
         } else if (strcmp(argv[i], "--out") == 0 && i + 1 < argc) {
             opts->outDir = argv[++i];
+        } else if (strcmp(argv[i], "--name") == 0 && i + 1 < argc) {
+            opts->name = argv[++i];
         } else {
             return false;
         }
     }
     for (++i; i < argc; ++i) opts->command.push_back(argv[i]);
     if (verb == "shell") {
+        opts->shell = true;
         const char *shell = getenv("SHELL");
         opts->command = {shell != nullptr && shell[0] != '\0' ? shell : "/bin/sh"};
         addOwnDirectoryToPath();
@@ -98,49 +110,13 @@ bool prepareOutDir(std::string *dir) {
     return true;
 }
 
-// The binder processes pos-sim started, so that tear-down can undo them.
-struct BinderProcesses {
-    std::vector<pid_t> pids;  // in start order
-
-    ~BinderProcesses() {
-        for (auto it = pids.rbegin(); it != pids.rend(); ++it) possim::stopProcess(*it);
-    }
-};
-
-bool startProcess(BinderProcesses *t, const std::vector<std::string> &args) {
-    pid_t pid = possim::spawnAndWaitReady(possim::serviceProgramPath(), args, kStartTimeoutMs);
-    if (pid < 0) {
-        fprintf(stderr, "pos-sim: %s did not start\n", args[0].c_str());
-        return false;
-    }
-    t->pids.push_back(pid);
-    return true;
-}
-
-bool startBinderServices(BinderProcesses *t, const nlohmann::json &scenario) {
-    // The sandbox blocks SIGTERM for us; the service processes must keep it, or stopping
-    // them would wait out the grace period.
-    sigset_t term;
-    sigemptyset(&term);
-    sigaddset(&term, SIGTERM);
-    pthread_sigmask(SIG_UNBLOCK, &term, nullptr);
-    bool ok = startProcess(t, {"servicemanager"});
-    for (const auto &service : possim::simulatedServices()) {
-        if (!ok) break;
-        nlohmann::json section = scenario.value(service.key, nlohmann::json::object());
-        ok = startProcess(t, {service.key, "--state", section.dump()});
-    }
-    pthread_sigmask(SIG_BLOCK, &term, nullptr);
-    return ok;
-}
-
 std::string requestLogPath(const std::string &outDir) {
     if (outDir.empty()) return std::string(possim::kStatusDir) + "/requests.log";
     return outDir + "/requests.log";
 }
 
 // The terminal's side of the sandbox: runs until pos-sim tears it down with SIGTERM.
-int serveTerminal(const possim::Scenario &scenario, const std::string &outDir,
+int serveTerminal(const possim::Scenario &scenario, const std::string &outDir, int consoleChannel,
                   const std::function<void()> &ready) {
     std::string logFile = requestLogPath(outDir);
     std::error_code ignored;
@@ -153,8 +129,12 @@ int serveTerminal(const possim::Scenario &scenario, const std::string &outDir,
         fprintf(stderr, "pos-sim: %s\n", error.c_str());
         return 1;
     }
-    BinderProcesses binder;
-    if (!startBinderServices(&binder, scenario.raw)) return 1;
+    possim::Supervisor binder(scenario.raw);
+    if (!binder.start(error) ||
+        !binder.serveConsole(possim::ctl::kInsideSocket, consoleChannel, error)) {
+        fprintf(stderr, "pos-sim: %s\n", error.c_str());
+        return 1;
+    }
     ready();
 
     sigset_t term;
@@ -165,12 +145,37 @@ int serveTerminal(const possim::Scenario &scenario, const std::string &outDir,
     return 0;
 }
 
+// Warns about what the scenario holds that nothing reads, and refuses a service section the
+// service cannot start from (before any sandbox is built).
+bool checkScenario(const possim::Scenario &scenario, const std::string &file) {
+    for (const std::string &part : possim::unknownParts(scenario.raw, possim::scenarioKeys())) {
+        fprintf(stderr, "pos-sim: warning: scenario %s: %s\n", file.c_str(), part.c_str());
+    }
+    for (const possim::ServiceEntry &entry : possim::simulatedServices()) {
+        try {
+            entry.make(scenario.raw.value(entry.section, nlohmann::json::object()));
+        } catch (const std::exception &e) {
+            fprintf(stderr, "pos-sim: scenario %s: section \"%s\": %s\n", file.c_str(),
+                    entry.section, e.what());
+            return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
+    if (argc >= 2 && strcmp(argv[1], "ctl") == 0) {
+        return possim::ctl::ctlMain(std::vector<std::string>(argv + 2, argv + argc));
+    }
+    if (argc == 2 && (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0)) {
+        usage(stdout);
+        return 0;
+    }
     Options opts;
     if (!parseOptions(argc, argv, &opts)) {
-        usage();
+        usage(stderr);
         return 2;
     }
     possim::Scenario scenario = possim::defaultScenario();
@@ -179,9 +184,27 @@ int main(int argc, char **argv) {
         fprintf(stderr, "pos-sim: scenario %s: %s\n", opts.scenarioPath.c_str(), error.c_str());
         return 2;
     }
+    if (!checkScenario(scenario, opts.scenarioPath)) return 2;
     if (!prepareOutDir(&opts.outDir)) return 2;
     // Inside the sandbox the binder lives at its default place in the private /tmp.
     unsetenv("POS_BINDER_DIR");
+
+    // The console from the host: a channel into the sandbox, made before it is.
+    int channel[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, channel) != 0) {
+        perror("pos-sim: socketpair");
+        return 125;
+    }
+    if (opts.name.empty()) opts.name = "run-" + std::to_string(getpid());
+    possim::ctl::HostRelay relay;
+    if (!relay.start(opts.name, opts.outDir, channel[0], error)) {
+        fprintf(stderr, "pos-sim: %s\n", error.c_str());
+        return 2;
+    }
+    if (opts.shell) {
+        fprintf(stderr, "pos-sim: this terminal is run %s (pos-sim ctl --name %s ...)\n",
+                opts.name.c_str(), opts.name.c_str());
+    }
 
     possim::SandboxOptions sandbox;
     sandbox.outDir = opts.outDir;
@@ -189,7 +212,8 @@ int main(int argc, char **argv) {
     int status = possim::runInSandbox(
         sandbox,
         [&](const std::function<void()> &ready) {
-            return serveTerminal(scenario, opts.outDir, ready);
+            close(channel[0]);
+            return serveTerminal(scenario, opts.outDir, channel[1], ready);
         },
         opts.command, error);
     if (status < 0) {

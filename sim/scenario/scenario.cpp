@@ -4,8 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cerrno>
+#include <algorithm>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 
 namespace possim {
 
@@ -115,20 +116,44 @@ int intValue(const json &obj, const char *key, int fallback) {
     return obj.value(key, fallback);
 }
 
-void readRadio(const json &j, RadioState &r) {
-    r.simState = intValue(j, "sim_state", r.simState);
-    r.signal = intValue(j, "signal", r.signal);
-    r.signalSecond = intValue(j, "signal_second", r.signalSecond);
-    r.gsmStat = intValue(j, "gsm_stat", r.gsmStat);
-    r.networkMode = intValue(j, "network_mode", r.networkMode);
-    r.wifiRssi = intValue(j, "wifi_rssi", r.wifiRssi);
-    r.radioSqi = j.value("radio_sqi", r.radioSqi);
+// The integer fields of the sections read into records, by key.
+template <typename Record>
+struct IntField {
+    const char *key;
+    int Record::*field;
+};
+const IntField<RadioState> kRadioInts[] = {
+    {"sim_state", &RadioState::simState},         {"signal", &RadioState::signal},
+    {"signal_second", &RadioState::signalSecond}, {"gsm_stat", &RadioState::gsmStat},
+    {"network_mode", &RadioState::networkMode},   {"wifi_rssi", &RadioState::wifiRssi},
+};
+const char kRadioSqi[] = "radio_sqi";
+const IntField<ServerReplies> kServerInts[] = {
+    {"firmware_apply", &ServerReplies::firmwareApply},
+    {"upgrade_file", &ServerReplies::upgradeFile},
+    {"upgrade_download", &ServerReplies::upgradeDownload},
+};
+const char *const kAppKeys[] = {"id",       "name",   "version", "description",
+                                "category", "vendor", "exec"};
+// The other sections: maps of any names to values, and single values.
+const char *const kOtherSections[] = {"properties", "shared_properties", "custom",
+                                      "apps",       "hw_version",        "factory_test_step"};
+
+template <typename Record, size_t N>
+void readInts(const json &j, const IntField<Record> (&fields)[N], Record &r) {
+    for (const auto &f : fields) r.*f.field = intValue(j, f.key, r.*f.field);
 }
 
-void readReplies(const json &j, ServerReplies &r) {
-    r.firmwareApply = intValue(j, "firmware_apply", r.firmwareApply);
-    r.upgradeFile = intValue(j, "upgrade_file", r.upgradeFile);
-    r.upgradeDownload = intValue(j, "upgrade_download", r.upgradeDownload);
+template <typename Record, size_t N>
+std::vector<std::string> keysOf(const IntField<Record> (&fields)[N]) {
+    std::vector<std::string> keys;
+    for (const auto &f : fields) keys.push_back(f.key);
+    return keys;
+}
+
+void readRadio(const json &j, RadioState &r) {
+    readInts(j, kRadioInts, r);
+    r.radioSqi = j.value(kRadioSqi, r.radioSqi);
 }
 
 bool apply(const json &root, Scenario &s, std::string &error) {
@@ -142,7 +167,7 @@ bool apply(const json &root, Scenario &s, std::string &error) {
         readTextMap(root["shared_properties"], s.sharedProperties);
     if (root.contains("custom")) readCustom(root["custom"], s.custom);
     if (root.contains("radio")) readRadio(root["radio"], s.radio);
-    if (root.contains("servers")) readReplies(root["servers"], s.replies);
+    if (root.contains("servers")) readInts(root["servers"], kServerInts, s.replies);
     s.hwVersion = root.value("hw_version", s.hwVersion);
     s.factoryTestStep = intValue(root, "factory_test_step", s.factoryTestStep);
     if (root.contains("apps")) {
@@ -155,12 +180,89 @@ bool apply(const json &root, Scenario &s, std::string &error) {
     return true;
 }
 
+// The deepest nesting of arrays and objects in TEXT (strings skipped), counted up to LIMIT + 1.
+int nestingDepth(const std::string &text, int limit) {
+    int depth = 0, deepest = 0;
+    bool inString = false;
+    for (size_t i = 0; i < text.size() && deepest <= limit; ++i) {
+        char c = text[i];
+        if (inString) {
+            if (c == '\\') {
+                ++i;
+            } else if (c == '"') {
+                inString = false;
+            }
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            deepest = std::max(deepest, ++depth);
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return deepest;
+}
+
+void warnUnknownKeys(const json &section, const std::string &where,
+                     const std::vector<std::string> &known, std::vector<std::string> &out) {
+    if (!section.is_object()) return;
+    for (auto it = section.begin(); it != section.end(); ++it) {
+        if (std::find(known.begin(), known.end(), it.key()) == known.end()) {
+            out.push_back("unknown key \"" + it.key() + "\" in " + where);
+        }
+    }
+}
+
 }  // namespace
+
+bool parseJson(const std::string &text, json &out, std::string &error) {
+    if (text.size() > kMaxJsonBytes) {
+        error = "larger than " + std::to_string(kMaxJsonBytes / (1024 * 1024)) + " MiB";
+        return false;
+    }
+    if (nestingDepth(text, kMaxJsonDepth) > kMaxJsonDepth) {
+        error = "nested deeper than " + std::to_string(kMaxJsonDepth) + " levels";
+        return false;
+    }
+    try {
+        out = json::parse(text);
+    } catch (const json::exception &e) {
+        error = e.what();
+        return false;
+    }
+    return true;
+}
+
+std::vector<std::string> unknownParts(
+    const json &scenario, const std::map<std::string, std::vector<std::string>> &serviceKeys) {
+    std::vector<std::string> out;
+    if (!scenario.is_object()) return out;
+    std::map<std::string, std::vector<std::string>> keyed = serviceKeys;
+    keyed["radio"] = keysOf(kRadioInts);
+    keyed["radio"].push_back(kRadioSqi);
+    keyed["servers"] = keysOf(kServerInts);
+    for (auto it = scenario.begin(); it != scenario.end(); ++it) {
+        const std::string &name = it.key();
+        auto keys = keyed.find(name);
+        if (keys != keyed.end()) {
+            warnUnknownKeys(*it, "section \"" + name + "\"", keys->second, out);
+        } else if (name == "apps" && it->is_array()) {
+            const std::vector<std::string> appKeys(std::begin(kAppKeys), std::end(kAppKeys));
+            for (const json &app : *it) warnUnknownKeys(app, "an application", appKeys, out);
+        } else if (std::find(std::begin(kOtherSections), std::end(kOtherSections), name) ==
+                   std::end(kOtherSections)) {
+            out.push_back("unknown section \"" + name + "\"");
+        }
+    }
+    return out;
+}
 
 bool parseScenario(const std::string &text, Scenario &out, std::string &error) {
     Scenario s = defaultScenario();
+    json root;
+    if (!parseJson(text, root, error)) return false;
     try {
-        if (!apply(json::parse(text), s, error)) return false;
+        if (!apply(root, s, error)) return false;
     } catch (const json::exception &e) {
         error = e.what();
         return false;
@@ -175,9 +277,11 @@ bool loadScenario(const std::string &file, Scenario &out, std::string &error) {
         error = "cannot read " + file;
         return false;
     }
-    std::stringstream text;
-    text << in.rdbuf();
-    return parseScenario(text.str(), out, error);
+    // Read one byte past the limit, so an oversized file is refused without reading it whole.
+    std::string text(kMaxJsonBytes + 1, '\0');
+    in.read(&text[0], static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<size_t>(in.gcount()));
+    return parseScenario(text, out, error);
 }
 
 }  // namespace possim

@@ -66,6 +66,21 @@ bool loadScenario(const std::string &file, Scenario &out, std::string &error);
 // Same from text already in memory.
 bool parseScenario(const std::string &text, Scenario &out, std::string &error);
 
+// Larger or deeper JSON text is refused before it is parsed: no terminal needs more, and
+// nesting that deep would exhaust the stack of whatever walks the document.
+constexpr size_t kMaxJsonBytes = 4 * 1024 * 1024;
+constexpr int kMaxJsonDepth = 64;
+
+// Parses TEXT as JSON within the limits above. On failure returns false with ERROR.
+bool parseJson(const std::string &text, nlohmann::json &out, std::string &error);
+
+// The parts of a scenario the simulator does not know: one message per unknown section, and per
+// unknown key of a known section. SERVICE_KEYS gives the sections of the simulated services
+// with the keys each accepts; the other sections are the simulator's own.
+std::vector<std::string> unknownParts(
+    const nlohmann::json &scenario,
+    const std::map<std::string, std::vector<std::string>> &serviceKeys);
+
 }  // namespace possim
 
 #endif

@@ -3,43 +3,32 @@
 #ifndef POS_SIM_POWER_SERVICE_H
 #define POS_SIM_POWER_SERVICE_H
 
-#include <binder/Binder.h>
-#include <binder/Parcel.h>
-
-#include <nlohmann/json.hpp>
-
-#include <mutex>
+#include "SimService.h"
 
 namespace possim {
 
-struct PowerState {
-    int brightness = 80;         // 0..100
-    int batteryCapacity = 85;    // percent
-    int batteryVoltage = 4012;   // millivolts
-    int chargeState = 0;         // 0 not charging, 1 charging, 2 full
-    int sleepTime = 60;          // seconds
-    int deepSleepTime = 30;      // seconds
-    int sleepShutdownTime = 24;  // hours
-    int allowSleep = 1;
-
-    // Defaults overridden by the keys present in a scenario's "power" section.
-    static PowerState fromJson(const nlohmann::json &section);
-};
-
-class PowerService : public android::BBinder {
+class PowerService : public SimService {
   public:
-    explicit PowerService(const PowerState &initial);
-
-    const android::String16 &getInterfaceDescriptor() const override;
-    PowerState snapshot() const;
+    // The defaults, with the keys present in the scenario's "power" section taken over them.
+    explicit PowerService(const nlohmann::json &section);
 
   protected:
-    android::status_t onTransact(uint32_t code, const android::Parcel &data, android::Parcel *reply,
-                                 uint32_t flags) override;
+    nlohmann::json state() const override;
+    void load(const nlohmann::json &values) override;
+    void event(const std::string &name, const nlohmann::json &args) override;
 
   private:
-    mutable std::mutex mLock;
-    PowerState mState;
+    struct State {
+        int brightness = 80;         // 0..100
+        int batteryCapacity = 85;    // percent
+        int batteryVoltage = 4012;   // millivolts
+        int chargeState = 0;         // 0 not charging, 1 charging, 2 full
+        int sleepTime = 60;          // seconds
+        int deepSleepTime = 30;      // seconds
+        int sleepShutdownTime = 24;  // hours
+        int allowSleep = 1;
+    };
+    State mState;
 };
 
 }  // namespace possim

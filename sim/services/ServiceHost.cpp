@@ -13,30 +13,17 @@
 #include <cstdio>
 #include <thread>
 
-#include "PowerService.h"
-#include "SystemService.h"
-
 namespace possim {
-
-const std::vector<SimService> &simulatedServices() {
-    static const std::vector<SimService> services = {
-        {"system", "KivoSystemManagerService"},
-        {"power", "KivoPowerService"},
-    };
-    return services;
-}
-
-android::sp<android::IBinder> makeService(const std::string &key, const nlohmann::json &section) {
-    if (key == "system") return new SystemService(SystemState::fromJson(section));
-    if (key == "power") return new PowerService(PowerState::fromJson(section));
-    return nullptr;
-}
 
 namespace {
 
 [[noreturn]] void execChild(const std::string &program, const std::vector<std::string> &args,
                             int readyFd) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
+    // The caller may block signals (SIGTERM, to sigwait for it); a service must not.
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
     std::vector<std::string> argv{program};
     argv.insert(argv.end(), args.begin(), args.end());
     argv.push_back("--ready-fd");

@@ -3,27 +3,11 @@
 #ifndef POS_SIM_SERVICE_HOST_H
 #define POS_SIM_SERVICE_HOST_H
 
-#include <binder/IBinder.h>
-
-#include <nlohmann/json.hpp>
-
 #include <string>
 #include <sys/types.h>
 #include <vector>
 
 namespace possim {
-
-// A simulated service: the word that selects it, its registered name and the scenario
-// section it takes its initial state from.
-struct SimService {
-    const char *key;
-    const char *registeredName;
-};
-const std::vector<SimService> &simulatedServices();
-
-// Builds the service selected by `key` with its state taken from `section`; null when the
-// key names no service. Throws on a malformed section.
-android::sp<android::IBinder> makeService(const std::string &key, const nlohmann::json &section);
 
 // Runs `program args...` as a child that reports readiness by writing one byte to the file
 // descriptor given to it as "--ready-fd N". Returns its pid once ready, or -1 when it failed

@@ -1,39 +1,22 @@
 #include "SystemService.h"
 
-#include <utils/String8.h>
+#include <pos_sdk/service/ISystemManager.h>
 
+#include <nlohmann/json.hpp>
+
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
+#include <stdexcept>
 
+using android::ISystemManager;
 using android::Parcel;
-using android::status_t;
-using android::String16;
-using android::String8;
+using nlohmann::json;
 
 namespace possim {
 
 namespace {
-
-const String16 kDescriptor("com.kivo.manager.ISystemManager");
-
-enum : uint32_t {
-    GET_MCU_RTC_TIME = 1,
-    SET_MCU_RTC_TIME,
-    SET_MCU_SLEEP,
-    SET_MCU_WAKE_UP,
-    CTRL_BEEPER,
-    CTRL_KEYTONE,
-    GET_DEV_INFO,
-    SET_DEV_INFO,
-    GET_DEBUG_MODE_RANDOM,
-    SET_DEBUG_MODE,
-    GET_WAKE_SOURCE,
-    CTRL_LED,
-    MCU_RFID_TEST,
-    SYNC_BAT_STATE,
-    SET_LP_LED_FREQ,
-    GET_LP_LED_FREQ,
-};
 
 const int kFailed = -1;
 const size_t kMaxSerialLength = 32;  // record 1 must fit the 64-byte buffer readers decode into
@@ -49,18 +32,6 @@ std::string formatClock(time_t when) {
     return text;
 }
 
-bool parseClock(const std::string &text, time_t *when) {
-    struct tm tm = {};
-    if (text.size() != 14 || sscanf(text.c_str(), "%4d%2d%2d%2d%2d%2d", &tm.tm_year, &tm.tm_mon,
-                                    &tm.tm_mday, &tm.tm_hour, &tm.tm_min, &tm.tm_sec) != 6) {
-        return false;
-    }
-    tm.tm_year -= 1900;
-    tm.tm_mon -= 1;
-    *when = timegm(&tm);
-    return true;
-}
-
 bool isLeapYear(int year) {
     return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
 }
@@ -73,52 +44,96 @@ bool validDate(int year, int month, int day, int hour, int minute, int second) {
            second >= 0 && second <= 59;
 }
 
-// Reads a String16 field as 8-bit text; false for the null string.
-bool readText(const Parcel &data, std::string *text) {
-    size_t length = 0;
-    const char16_t *units = data.readString16Inplace(&length);
-    if (units == nullptr) return false;
-    String8 text8(String16(units, length));
-    text->assign(text8.string(), text8.size());
+// Seconds from the host's clock to the given date (UTC), or false for a date that does not exist.
+bool offsetTo(int year, int month, int day, int hour, int minute, int second, long long *offset) {
+    if (!validDate(year, month, day, hour, minute, second)) return false;
+    struct tm tm = {};
+    tm.tm_year = year - 1900;
+    tm.tm_mon = month - 1;
+    tm.tm_mday = day;
+    tm.tm_hour = hour;
+    tm.tm_min = minute;
+    tm.tm_sec = second;
+    *offset = static_cast<long long>(timegm(&tm)) - static_cast<long long>(time(nullptr));
     return true;
+}
+
+long long parseClock(const std::string &text) {
+    int f[6];
+    long long offset = 0;
+    if (text.size() != 14 ||
+        sscanf(text.c_str(), "%4d%2d%2d%2d%2d%2d", &f[0], &f[1], &f[2], &f[3], &f[4], &f[5]) != 6 ||
+        !offsetTo(f[0], f[1], f[2], f[3], f[4], f[5], &offset)) {
+        throw std::invalid_argument("rtc must be a date YYYYMMDDhhmmss");
+    }
+    return offset;
+}
+
+// The device information records other than 1, by number: {"2": "text", ...}.
+std::map<int, std::string> readRecords(const json &records) {
+    if (!records.is_object()) throw std::invalid_argument("dev_info: expected an object");
+    std::map<int, std::string> out;
+    for (auto it = records.begin(); it != records.end(); ++it) {
+        const std::string what = "dev_info." + it.key();
+        char *end = nullptr;
+        long record = strtol(it.key().c_str(), &end, 10);
+        if (it.key().empty() || *end != '\0' || record < INT_MIN || record > INT_MAX) {
+            throw std::invalid_argument(what + ": records are numbered");
+        }
+        std::string text = textOf(*it, what);
+        if (text.size() > kMaxRecordLength) throw std::invalid_argument(what + ": too long");
+        out[static_cast<int>(record)] = text;
+    }
+    return out;
 }
 
 }  // namespace
 
-SystemState SystemState::fromJson(const nlohmann::json &section) {
-    SystemState s;
-    if (!section.is_object()) return s;
-    if (section.contains("rtc")) {
-        time_t when;
-        if (!parseClock(section["rtc"].get<std::string>(), &when)) {
-            throw std::runtime_error("system.rtc must be YYYYMMDDhhmmss");
-        }
-        s.clockOffset = static_cast<long long>(when) - static_cast<long long>(time(nullptr));
-    }
-    s.serialNumber = section.value("serial_number", s.serialNumber);
-    if (section.contains("dev_info")) {
-        for (const auto &item : section["dev_info"].items()) {
-            s.devInfo[std::stoi(item.key())] = item.value().get<std::string>();
-        }
-    }
-    s.keytone = section.value("keytone", s.keytone);
-    s.wakeSource = section.value("wake_source", s.wakeSource);
-    s.debugMode = section.value("debug_mode", s.debugMode);
-    s.debugRandom = section.value("debug_random", s.debugRandom);
-    s.rfidTestResult = section.value("rfid_test_result", s.rfidTestResult);
-    s.lpLedFrequency = section.value("lp_led_freq", s.lpLedFrequency);
-    return s;
-}
-
-SystemService::SystemService(const SystemState &initial) : mState(initial) {}
-
-const String16 &SystemService::getInterfaceDescriptor() const {
-    return kDescriptor;
-}
-
-SystemState SystemService::snapshot() const {
-    std::lock_guard<std::mutex> lock(mLock);
-    return mState;
+SystemService::SystemService(const json &section) : SimService("com.kivo.manager.ISystemManager") {
+    load(section);
+    onText(ISystemManager::GET_MCU_RTC_TIME, [this](const Parcel &request, ReplyFields &) {
+        (void)request.readInt32();  // format selector: one text form is served for all
+        return rtcText();
+    });
+    onStatus(ISystemManager::SET_MCU_RTC_TIME,
+             [this](const Parcel &request, ReplyFields &) { return setRtc(request); });
+    onStatus(ISystemManager::SET_MCU_SLEEP, [this](const Parcel &, ReplyFields &) {
+        mState.mcuSleeping = true;
+        return 0;
+    });
+    onStatus(ISystemManager::SET_MCU_WAKE_UP, [this](const Parcel &, ReplyFields &) {
+        mState.mcuSleeping = false;
+        return 0;
+    });
+    onStatus(ISystemManager::CTRL_BEEPER, [this](const Parcel &request, ReplyFields &) {
+        int frequency = request.readInt32();
+        int duration = request.readInt32();
+        if (frequency < 0 || duration < 0) return kFailed;
+        mState.beeperFrequency = frequency;
+        mState.beeperDuration = duration;
+        return 0;
+    });
+    onSet(ISystemManager::CTRL_KEYTONE, mState.keytone, INT_MIN, INT_MAX);
+    onText(ISystemManager::GET_DEV_INFO,
+           [this](const Parcel &request, ReplyFields &) { return devInfo(request.readInt32()); });
+    onStatus(ISystemManager::SET_DEV_INFO,
+             [this](const Parcel &request, ReplyFields &) { return setDevInfo(request); });
+    onText(ISystemManager::GET_DEBUG_MODE_RANDOM, [this](const Parcel &, ReplyFields &after) {
+        after.i32(mState.debugMode);
+        return mState.debugRandom;
+    });
+    onStatus(ISystemManager::SET_DEBUG_MODE,
+             [this](const Parcel &request, ReplyFields &) { return setDebugMode(request); });
+    onGet(ISystemManager::GET_WAKE_SOURCE, mState.wakeSource);
+    onStatus(ISystemManager::CTRL_LED, [this](const Parcel &request, ReplyFields &) {
+        for (int &led : mState.leds) led = request.readInt32();
+        return 0;
+    });
+    onStatus(ISystemManager::MCU_RFID_TEST,
+             [this](const Parcel &, ReplyFields &) { return mState.rfidTestResult; });
+    onSet(ISystemManager::SYNC_BAT_STATE, mState.batteryState, INT_MIN, INT_MAX);
+    onSet(ISystemManager::SET_LP_LED_FREQ, mState.lpLedFrequency, 0, INT_MAX);
+    onGet(ISystemManager::GET_LP_LED_FREQ, mState.lpLedFrequency);
 }
 
 std::string SystemService::encodeSerialRecord(const std::string &serial) {
@@ -135,23 +150,71 @@ std::string SystemService::encodeSerialRecord(const std::string &serial) {
     return hex;
 }
 
+json SystemService::state() const {
+    json records = json::object();
+    for (const auto &record : mState.devInfo) records[std::to_string(record.first)] = record.second;
+    return {{"rtc", rtcText()},
+            {"serial_number", mState.serialNumber},
+            {"dev_info", records},
+            {"keytone", mState.keytone},
+            {"beeper_frequency", mState.beeperFrequency},
+            {"beeper_duration", mState.beeperDuration},
+            {"leds", mState.leds},
+            {"wake_source", mState.wakeSource},
+            {"mcu_sleeping", mState.mcuSleeping},
+            {"debug_mode", mState.debugMode},
+            {"debug_random", mState.debugRandom},
+            {"rfid_test_result", mState.rfidTestResult},
+            {"battery_state", mState.batteryState},
+            {"lp_led_freq", mState.lpLedFrequency}};
+}
+
+void SystemService::load(const json &values) {
+    if (!values.is_object()) throw std::invalid_argument("expected an object");
+    State s = mState;
+    std::string rtc;
+    takeText(values, "rtc", rtc);
+    if (!rtc.empty()) s.clockOffset = parseClock(rtc);
+    takeText(values, "serial_number", s.serialNumber);
+    if (s.serialNumber.empty() || s.serialNumber.size() > kMaxSerialLength) {
+        throw std::invalid_argument("serial_number must have 1 to 32 characters");
+    }
+    if (values.contains("dev_info")) s.devInfo = readRecords(values["dev_info"]);
+    takeInt(values, "keytone", s.keytone);
+    takeInt(values, "beeper_frequency", s.beeperFrequency);
+    takeInt(values, "beeper_duration", s.beeperDuration);
+    if (values.contains("leds")) {
+        const json &leds = values["leds"];
+        if (!leds.is_array() || leds.size() != s.leds.size()) {
+            throw std::invalid_argument("leds: expected 6 integers");
+        }
+        for (size_t i = 0; i < s.leds.size(); ++i) s.leds[i] = intOf(leds[i], "leds");
+    }
+    takeInt(values, "wake_source", s.wakeSource);
+    takeBool(values, "mcu_sleeping", s.mcuSleeping);
+    takeInt(values, "debug_mode", s.debugMode);
+    takeText(values, "debug_random", s.debugRandom);
+    takeInt(values, "rfid_test_result", s.rfidTestResult);
+    takeInt(values, "battery_state", s.batteryState);
+    takeInt(values, "lp_led_freq", s.lpLedFrequency);
+    mState = s;
+}
+
+// The microcontroller wakes up from a source (key, card, timer...): the number it reports.
+void SystemService::event(const std::string &name, const json &args) {
+    if (name != "wake_up") return SimService::event(name, args);
+    takeInt(args, "source", mState.wakeSource);
+    mState.mcuSleeping = false;
+}
+
 std::string SystemService::rtcText() const {
     return formatClock(static_cast<time_t>(time(nullptr) + mState.clockOffset));
 }
 
-int SystemService::setRtc(const Parcel &data) {
-    int v[7];
-    for (int &field : v) field = data.readInt32();  // year .. second, then the format
-    if (!validDate(v[0], v[1], v[2], v[3], v[4], v[5])) return kFailed;
-    struct tm tm = {};
-    tm.tm_year = v[0] - 1900;
-    tm.tm_mon = v[1] - 1;
-    tm.tm_mday = v[2];
-    tm.tm_hour = v[3];
-    tm.tm_min = v[4];
-    tm.tm_sec = v[5];
-    mState.clockOffset = static_cast<long long>(timegm(&tm)) - time(nullptr);
-    return 0;
+int SystemService::setRtc(const Parcel &request) {
+    int f[7];
+    for (int &field : f) field = request.readInt32();  // year .. second, then the format
+    return offsetTo(f[0], f[1], f[2], f[3], f[4], f[5], &mState.clockOffset) ? 0 : kFailed;
 }
 
 std::string SystemService::devInfo(int record) const {
@@ -160,10 +223,10 @@ std::string SystemService::devInfo(int record) const {
     return found == mState.devInfo.end() ? std::string() : found->second;
 }
 
-int SystemService::setDevInfo(const Parcel &data) {
-    int record = data.readInt32();
+int SystemService::setDevInfo(const Parcel &request) {
+    int record = request.readInt32();
     std::string text;
-    if (!readText(data, &text)) return kFailed;
+    if (!readText16(request, &text)) return kFailed;
     if (record == 1) {
         if (text.empty() || text.size() > kMaxSerialLength) return kFailed;
         mState.serialNumber = text;
@@ -174,97 +237,14 @@ int SystemService::setDevInfo(const Parcel &data) {
     return 0;
 }
 
-int SystemService::setDebugMode(const Parcel &data) {
+int SystemService::setDebugMode(const Parcel &request) {
     std::string text;
-    if (!readText(data, &text)) return kFailed;
-    int mode = data.readInt32();
+    if (!readText16(request, &text)) return kFailed;
+    int mode = request.readInt32();
     // Switching debug mode on takes the answer to the last random challenge.
     if (mode != 0 && text != mState.debugRandom) return kFailed;
     mState.debugMode = mode;
     return 0;
-}
-
-void SystemService::writeTextReply(uint32_t code, const Parcel &data, Parcel *reply) const {
-    switch (code) {
-        case GET_MCU_RTC_TIME:
-            (void)data.readInt32();  // format selector: one text form is served for all
-            reply->writeString16(String16(rtcText().c_str()));
-            break;
-        case GET_DEV_INFO:
-            reply->writeString16(String16(devInfo(data.readInt32()).c_str()));
-            break;
-        case GET_DEBUG_MODE_RANDOM:
-            reply->writeString16(String16(mState.debugRandom.c_str()));
-            reply->writeInt32(mState.debugMode);
-            break;
-    }
-}
-
-int SystemService::runCommand(uint32_t code, const Parcel &data, std::vector<int32_t> *outputs) {
-    switch (code) {
-        case SET_MCU_RTC_TIME:
-            return setRtc(data);
-        case SET_MCU_SLEEP:
-            mState.mcuSleeping = true;
-            return 0;
-        case SET_MCU_WAKE_UP:
-            mState.mcuSleeping = false;
-            return 0;
-        case CTRL_BEEPER: {
-            int frequency = data.readInt32();
-            int duration = data.readInt32();
-            if (frequency < 0 || duration < 0) return kFailed;
-            mState.beeperFrequency = frequency;
-            mState.beeperDuration = duration;
-            return 0;
-        }
-        case CTRL_KEYTONE:
-            mState.keytone = data.readInt32();
-            return 0;
-        case SET_DEV_INFO:
-            return setDevInfo(data);
-        case SET_DEBUG_MODE:
-            return setDebugMode(data);
-        case GET_WAKE_SOURCE:
-            outputs->push_back(mState.wakeSource);
-            return 0;
-        case CTRL_LED:
-            for (int &led : mState.leds) led = data.readInt32();
-            return 0;
-        case MCU_RFID_TEST:
-            return mState.rfidTestResult;
-        case SYNC_BAT_STATE:
-            mState.batteryState = data.readInt32();
-            return 0;
-        case SET_LP_LED_FREQ: {
-            int frequency = data.readInt32();
-            if (frequency < 0) return kFailed;
-            mState.lpLedFrequency = frequency;
-            return 0;
-        }
-        case GET_LP_LED_FREQ:
-            outputs->push_back(mState.lpLedFrequency);
-            return 0;
-    }
-    return kFailed;
-}
-
-status_t SystemService::onTransact(uint32_t code, const Parcel &data, Parcel *reply,
-                                   uint32_t flags) {
-    if (code < GET_MCU_RTC_TIME || code > GET_LP_LED_FREQ) {
-        return BBinder::onTransact(code, data, reply, flags);
-    }
-    if (!data.enforceInterface(kDescriptor)) return android::BAD_TYPE;
-    std::lock_guard<std::mutex> lock(mLock);
-    reply->writeNoException();
-    if (code == GET_MCU_RTC_TIME || code == GET_DEV_INFO || code == GET_DEBUG_MODE_RANDOM) {
-        writeTextReply(code, data, reply);  // text replies carry no status
-        return android::NO_ERROR;
-    }
-    std::vector<int32_t> outputs;
-    reply->writeInt32(runCommand(code, data, &outputs));
-    for (int32_t value : outputs) reply->writeInt32(value);
-    return android::NO_ERROR;
 }
 
 }  // namespace possim

@@ -1,6 +1,6 @@
 // pos-sim-service: one process of the simulated terminal.
 //   pos-sim-service servicemanager --ready-fd N
-//   pos-sim-service system|power [--state JSON] --ready-fd N
+//   pos-sim-service KEY [--state JSON] --ready-fd N      KEY: a simulated service's key
 // The binder directory comes from the environment (POS_BINDER_DIR). Once the process serves,
 // it writes one byte to descriptor N and closes it; it then serves until killed.
 #include <binder/IPCThreadState.h>
@@ -10,12 +10,15 @@
 
 #include <unistd.h>
 
+#include <nlohmann/json.hpp>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
-#include "ServiceHost.h"
+#include "Registry.h"
+#include "scenario/scenario.h"
 
 using namespace android;
 
@@ -38,24 +41,26 @@ int serveServiceManager(int readyFd) {
 }
 
 int serveService(const std::string &key, const std::string &state, int readyFd) {
-    const possim::SimService *which = nullptr;
-    for (const auto &s : possim::simulatedServices()) {
-        if (key == s.key) which = &s;
-    }
-    if (which == nullptr) {
+    const possim::ServiceEntry *entry = possim::findService(key);
+    if (entry == nullptr) {
         fprintf(stderr, "pos-sim-service: unknown service %s\n", key.c_str());
         return 2;
     }
+    nlohmann::json section;
+    std::string error;
     sp<IBinder> service;
     try {
-        service = possim::makeService(key, nlohmann::json::parse(state));
+        if (possim::parseJson(state, section, error)) service = entry->make(section);
     } catch (const std::exception &e) {
-        fprintf(stderr, "pos-sim-service: bad state for %s: %s\n", key.c_str(), e.what());
+        error = e.what();
+    }
+    if (service == nullptr) {
+        fprintf(stderr, "pos-sim-service: bad state for %s: %s\n", key.c_str(), error.c_str());
         return 2;
     }
     sp<IServiceManager> sm = defaultServiceManager();
-    if (sm == nullptr || sm->addService(String16(which->registeredName), service) != NO_ERROR) {
-        fprintf(stderr, "pos-sim-service: cannot register %s\n", which->registeredName);
+    if (sm == nullptr || sm->addService(String16(entry->registeredName), service) != NO_ERROR) {
+        fprintf(stderr, "pos-sim-service: cannot register %s\n", entry->registeredName);
         return 1;
     }
     ProcessState::self()->startThreadPool();
@@ -64,13 +69,17 @@ int serveService(const std::string &key, const std::string &state, int readyFd) 
     return 0;
 }
 
+std::string usage() {
+    std::string keys = "servicemanager";
+    for (const auto &entry : possim::simulatedServices()) keys += std::string("|") + entry.key;
+    return "usage: pos-sim-service " + keys + " [--state JSON] [--ready-fd N]\n";
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
     if (argc < 2) {
-        fprintf(stderr,
-                "usage: pos-sim-service servicemanager|system|power [--state JSON] "
-                "[--ready-fd N]\n");
+        fputs(usage().c_str(), stderr);
         return 2;
     }
     std::string key = argv[1];

@@ -1,0 +1,356 @@
+#include "control/control.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+namespace possim {
+namespace ctl {
+
+namespace {
+
+const size_t kMaxLine = 1 << 20;
+// A restart waits for the service to come up: answers may take that long.
+const int kAnswerTimeoutMs = 30000;
+
+bool fillAddress(const std::string &path, sockaddr_un &addr) {
+    memset(&addr, 0, sizeof addr);
+    addr.sun_family = AF_UNIX;
+    if (path.size() >= sizeof addr.sun_path) return false;
+    memcpy(addr.sun_path, path.c_str(), path.size() + 1);
+    return true;
+}
+
+// A connection to the socket at PATH, or -1.
+int connectTo(const std::string &path) {
+    sockaddr_un addr;
+    if (!fillAddress(path, addr)) return -1;
+    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) return -1;
+    if (connect(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0) {
+        close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+bool answers(const std::string &path) {
+    int fd = connectTo(path);
+    if (fd < 0) return false;
+    close(fd);
+    return true;
+}
+
+std::string readRunFile(const std::string &dir) {
+    std::ifstream in(dir + "/" + kRunFile);
+    std::string socket;
+    std::getline(in, socket);
+    return socket;
+}
+
+// The console to use when no run was named: the sandbox's own when inside one, else the one
+// run of this user that answers.
+std::string defaultSocket(std::string &error) {
+    if (access(kInsideSocket, F_OK) == 0) return kInsideSocket;
+    std::string dir = hostSocketDir(error);
+    if (dir.empty()) return "";
+    std::vector<std::string> names;
+    if (DIR *d = opendir(dir.c_str())) {
+        while (dirent *e = readdir(d)) {
+            std::string file = e->d_name;
+            const std::string suffix = ".sock";
+            if (file.size() <= suffix.size() ||
+                file.compare(file.size() - suffix.size(), suffix.size(), suffix) != 0) {
+                continue;
+            }
+            std::string name = file.substr(0, file.size() - suffix.size());
+            if (answers(hostSocketPath(dir, name))) names.push_back(name);
+        }
+        closedir(d);
+    }
+    if (names.size() == 1) return hostSocketPath(dir, names[0]);
+    if (names.empty()) {
+        error = "no simulated terminal is running (start one with pos-sim run or pos-sim shell)";
+    } else {
+        error = "several simulated terminals are running; choose one with --name:";
+        for (const std::string &name : names) error += " " + name;
+    }
+    return "";
+}
+
+}  // namespace
+
+bool validRunName(const std::string &name) {
+    if (name.empty() || name.size() > 64 || name[0] == '.') return false;
+    for (char c : name) {
+        if (!isalnum(static_cast<unsigned char>(c)) && c != '.' && c != '_' && c != '-') {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string hostSocketDir(std::string &error) {
+    std::string dir = "/tmp/pos-sim-" + std::to_string(getuid());
+    if (mkdir(dir.c_str(), 0700) != 0 && errno != EEXIST) {
+        error = dir + ": " + strerror(errno);
+        return "";
+    }
+    struct stat st;
+    if (lstat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode) || st.st_uid != getuid()) {
+        error = dir + ": not a directory of this user";
+        return "";
+    }
+    return dir;
+}
+
+std::string hostSocketPath(const std::string &dir, const std::string &name) {
+    return dir + "/" + name + ".sock";
+}
+
+bool readLine(int fd, std::string &line, int timeoutMs) {
+    line.clear();
+    char buffer[4096];
+    for (;;) {
+        pollfd p = {fd, POLLIN, 0};
+        int n = poll(&p, 1, timeoutMs);
+        if (n < 0 && errno == EINTR) continue;
+        if (n != 1) return false;
+        ssize_t got = read(fd, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return false;
+        line.append(buffer, static_cast<size_t>(got));
+        size_t end = line.find('\n');
+        if (end != std::string::npos) {
+            line.resize(end);
+            return true;
+        }
+        if (line.size() > kMaxLine) return false;
+    }
+}
+
+bool writeAll(int fd, const std::string &text) {
+    size_t done = 0;
+    while (done < text.size()) {
+        ssize_t n = send(fd, text.data() + done, text.size() - done, MSG_NOSIGNAL);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        done += static_cast<size_t>(n);
+    }
+    return true;
+}
+
+std::string encodeRequest(const std::vector<std::string> &words) {
+    return nlohmann::json(words).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) +
+           "\n";
+}
+
+bool decodeRequest(const std::string &line, std::vector<std::string> &words) {
+    nlohmann::json value = nlohmann::json::parse(line, nullptr, false);
+    if (!value.is_array()) return false;
+    words.clear();
+    for (const auto &word : value) {
+        if (!word.is_string()) return false;
+        words.push_back(word.get<std::string>());
+    }
+    return true;
+}
+
+std::string encodeAnswer(const Answer &answer) {
+    nlohmann::json value = {{"ok", answer.ok}, {"text", answer.text}};
+    return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+Answer decodeAnswer(const std::string &line) {
+    nlohmann::json value = nlohmann::json::parse(line, nullptr, false);
+    if (!value.is_object() || !value.contains("ok") || !value["ok"].is_boolean() ||
+        !value.contains("text") || !value["text"].is_string()) {
+        return {false, "the terminal gave an unreadable answer"};
+    }
+    return {value["ok"].get<bool>(), value["text"].get<std::string>()};
+}
+
+int listenAt(const std::string &path, std::string &error) {
+    sockaddr_un addr;
+    if (!fillAddress(path, addr)) {
+        error = path + ": path too long for a socket";
+        return -1;
+    }
+    if (answers(path)) {
+        error = path + ": in use by another run";
+        return -1;
+    }
+    unlink(path.c_str());  // left behind by a run that ended without cleaning up
+    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0 ||
+        listen(fd, 16) != 0) {
+        error = path + ": " + strerror(errno);
+        if (fd >= 0) close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+Answer request(const std::string &socket, const std::vector<std::string> &words) {
+    int fd = connectTo(socket);
+    if (fd < 0) return {false, "cannot reach the simulated terminal at " + socket};
+    std::string line;
+    bool answered = writeAll(fd, encodeRequest(words)) && readLine(fd, line, kAnswerTimeoutMs);
+    close(fd);
+    if (!answered) return {false, "the simulated terminal did not answer"};
+    return decodeAnswer(line);
+}
+
+bool sendDescriptor(int channel, int fd) {
+    char byte = 0;
+    iovec iov = {&byte, 1};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr msg = {};
+    msg.msg_iov = &iov;
+    msg.msg_iovlen = 1;
+    msg.msg_control = control;
+    msg.msg_controllen = sizeof control;
+    cmsghdr *cmsg = CMSG_FIRSTHDR(&msg);
+    cmsg->cmsg_level = SOL_SOCKET;
+    cmsg->cmsg_type = SCM_RIGHTS;
+    cmsg->cmsg_len = CMSG_LEN(sizeof(int));
+    memcpy(CMSG_DATA(cmsg), &fd, sizeof(int));
+    ssize_t n;
+    do {
+        n = sendmsg(channel, &msg, MSG_NOSIGNAL);
+    } while (n < 0 && errno == EINTR);
+    return n == 1;
+}
+
+int receiveDescriptor(int channel) {
+    char byte;
+    iovec iov = {&byte, 1};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr msg = {};
+    msg.msg_iov = &iov;
+    msg.msg_iovlen = 1;
+    msg.msg_control = control;
+    msg.msg_controllen = sizeof control;
+    ssize_t n;
+    do {
+        n = recvmsg(channel, &msg, MSG_CMSG_CLOEXEC);
+    } while (n < 0 && errno == EINTR);
+    if (n <= 0) return -1;
+    cmsghdr *cmsg = CMSG_FIRSTHDR(&msg);
+    if (cmsg == nullptr || cmsg->cmsg_level != SOL_SOCKET || cmsg->cmsg_type != SCM_RIGHTS ||
+        cmsg->cmsg_len != CMSG_LEN(sizeof(int))) {
+        return -1;
+    }
+    int fd;
+    memcpy(&fd, CMSG_DATA(cmsg), sizeof(int));
+    return fd;
+}
+
+void printUsage(FILE *to) {
+    fprintf(to,
+            "usage: pos-sim ctl [--name NAME | --out DIR] list\n"
+            "       pos-sim ctl [--name NAME | --out DIR] SERVICE COMMAND\n"
+            "COMMAND: state | set KEY=VALUE... | event NAME [KEY=VALUE...] | kill | restart\n"
+            "         | fault fail COUNT [STATUS] | fault delay COUNT MS | fault drop COUNT\n"
+            "         | fault clear\n");
+}
+
+int ctlMain(const std::vector<std::string> &args) {
+    std::string name, outDir;
+    size_t i = 0;
+    for (; i + 1 < args.size() && (args[i] == "--name" || args[i] == "--out"); i += 2) {
+        (args[i] == "--name" ? name : outDir) = args[i + 1];
+    }
+    std::vector<std::string> words(args.begin() + static_cast<long>(i), args.end());
+    if (words.empty() || words[0] == "--help" || words[0] == "-h") {
+        printUsage(words.empty() ? stderr : stdout);
+        return words.empty() ? 2 : 0;
+    }
+    std::string error, socket;
+    if (!name.empty() && !validRunName(name)) {
+        error = "not a run name: " + name;
+    } else if (!name.empty()) {
+        std::string dir = hostSocketDir(error);
+        if (!dir.empty()) socket = hostSocketPath(dir, name);
+    } else if (!outDir.empty()) {
+        socket = readRunFile(outDir);
+        if (socket.empty()) error = outDir + ": no run of pos-sim writes there";
+    } else {
+        socket = defaultSocket(error);
+    }
+    Answer answer = socket.empty() ? Answer{false, error} : request(socket, words);
+    if (!answer.ok) {
+        fprintf(stderr, "pos-sim ctl: %s\n", answer.text.c_str());
+        return 1;
+    }
+    fputs(answer.text.c_str(), stdout);
+    return 0;
+}
+
+HostRelay::~HostRelay() {
+    if (mThread != nullptr) {
+        char byte = 0;
+        (void)!write(mWakeFd[1], &byte, 1);
+        mThread->join();
+    }
+    for (int fd : {mListenFd, mWakeFd[0], mWakeFd[1]}) {
+        if (fd >= 0) close(fd);
+    }
+    if (!mSocketPath.empty()) unlink(mSocketPath.c_str());
+    if (!mRunFile.empty()) unlink(mRunFile.c_str());
+}
+
+bool HostRelay::start(const std::string &name, const std::string &outDir, int channel,
+                      std::string &error) {
+    if (!validRunName(name)) {
+        error = "not a run name: " + name + " (1 to 64 letters, digits, '.', '_', '-')";
+        return false;
+    }
+    std::string dir = hostSocketDir(error);
+    if (dir.empty()) return false;
+    std::string path = hostSocketPath(dir, name);
+    mListenFd = listenAt(path, error);
+    if (mListenFd < 0) return false;
+    mSocketPath = path;
+    if (!outDir.empty()) {
+        mRunFile = outDir + "/" + kRunFile;
+        std::ofstream(mRunFile) << mSocketPath << "\n";
+    }
+    if (pipe2(mWakeFd, O_CLOEXEC) != 0) {
+        error = std::string("pipe: ") + strerror(errno);
+        return false;
+    }
+    mChannel = channel;
+    mThread = std::make_unique<std::thread>([this] { serve(); });
+    return true;
+}
+
+void HostRelay::serve() {
+    for (;;) {
+        pollfd p[2] = {{mListenFd, POLLIN, 0}, {mWakeFd[0], POLLIN, 0}};
+        if (poll(p, 2, -1) < 0) {
+            if (errno == EINTR) continue;
+            return;
+        }
+        if (p[1].revents != 0) return;
+        int fd = accept4(mListenFd, nullptr, nullptr, SOCK_CLOEXEC);
+        if (fd < 0) continue;
+        if (!sendDescriptor(mChannel, fd)) {
+            writeAll(fd, encodeAnswer({false, "the simulated terminal is not running"}));
+        }
+        close(fd);
+    }
+}
+
+}  // namespace ctl
+}  // namespace possim

@@ -1,0 +1,45 @@
+#include "Registry.h"
+
+#include <nlohmann/json.hpp>
+
+#include "PowerService.h"
+#include "SystemService.h"
+
+namespace possim {
+
+namespace {
+
+template <typename Service>
+android::sp<SimService> make(const nlohmann::json &section) {
+    return new Service(section);
+}
+
+}  // namespace
+
+const std::vector<ServiceEntry> &simulatedServices() {
+    static const std::vector<ServiceEntry> services = {
+        {"system", "KivoSystemManagerService", "system", make<SystemService>},
+        {"power", "KivoPowerService", "power", make<PowerService>},
+    };
+    return services;
+}
+
+const ServiceEntry *findService(const std::string &key) {
+    for (const ServiceEntry &entry : simulatedServices()) {
+        if (key == entry.key) return &entry;
+    }
+    return nullptr;
+}
+
+std::map<std::string, std::vector<std::string>> scenarioKeys() {
+    std::map<std::string, std::vector<std::string>> keys;
+    for (const ServiceEntry &entry : simulatedServices()) {
+        nlohmann::json state =
+            nlohmann::json::parse(entry.make(nlohmann::json::object())->stateText());
+        for (auto it = state.begin(); it != state.end(); ++it)
+            keys[entry.section].push_back(it.key());
+    }
+    return keys;
+}
+
+}  // namespace possim
