@@ -4,68 +4,21 @@
 
 #include <pos_sdk/service/BpTransferHub.h>
 
-#include <stdlib.h>
-
-#include <functional>
+#include <map>
 #include <string>
 
 #include "FakeBinders.h"
+#include "HubOps.h"
+#include "LocalBinder.h"
 
 using namespace android;
 
 namespace {
 
-using IntOp = std::function<int(BpTransferHub &)>;
-using TextOp = std::function<const char *(BpTransferHub &)>;
-
-const std::vector<IntOp> &powerOps() {
-    static int a, b, c;
-    static const std::vector<IntOp> ops = {
-        [](BpTransferHub &h) { return h.IPowerSysGetBatCap(); },
-        [](BpTransferHub &h) { return h.IPowerSysGetBatVol(); },
-        [](BpTransferHub &h) { return h.IPowerSysChgState(); },
-        [](BpTransferHub &h) { return h.IPowerSysGetBatInfo(&a, &b, &c); },
-        [](BpTransferHub &h) { return h.IPowerSysGetLCDBKL(); },
-        [](BpTransferHub &h) { return h.IPowerSysSetLCDBKL(50); },
-        [](BpTransferHub &h) { return h.IPowerSysSetSleepTime(60); },
-        [](BpTransferHub &h) { return h.IPowerSysGetSleepTime(&a); },
-        [](BpTransferHub &h) { return h.IPowerSysAllowEnterSleep(1); },
-        [](BpTransferHub &h) { return h.IPowerSysGetAllowEnterSleep(&a); },
-        [](BpTransferHub &h) { return h.IPowerSysSetDeepSleepTime(30); },
-        [](BpTransferHub &h) { return h.IPowerSysGetDeepSleepTime(&a); },
-        [](BpTransferHub &h) { return h.IPowerSysSetSleepShutdownTime(2); },
-        [](BpTransferHub &h) { return h.IPowerSysGetSleepShutdownTime(&a); },
-    };
-    return ops;
-}
-
-const std::vector<IntOp> &systemOps() {
-    static int a;
-    static char text[] = "X";
-    static const std::vector<IntOp> ops = {
-        [](BpTransferHub &h) { return h.ISystemSetMCURTCTime(2026, 1, 2, 3, 4, 5); },
-        [](BpTransferHub &h) { return h.ISystemCtrlBeeper(1, 2); },
-        [](BpTransferHub &h) { return h.ISystemCtrlKeytone(1); },
-        [](BpTransferHub &h) { return h.ISystemSetDevInfo(1, text); },
-        [](BpTransferHub &h) { return h.ISystemSetDebugMode(text, 1); },
-        [](BpTransferHub &h) { return h.ISystemGetWakeSource(&a); },
-        [](BpTransferHub &h) { return h.ISystemCtrlLED(1, 2, 3, 4, 5, 6); },
-        [](BpTransferHub &h) { return h.ISystemMCURFIDTest(); },
-        [](BpTransferHub &h) { return h.ISystemSyncBATState(1); },
-        [](BpTransferHub &h) { return h.ISystemSetLPLEDFreq(1); },
-        [](BpTransferHub &h) { return h.ISystemGetLPLEDFreq(&a); },
-    };
-    return ops;
-}
-
-const std::vector<TextOp> &textOps() {
-    static int a;
-    static const std::vector<TextOp> ops = {
-        [](BpTransferHub &h) { return h.ISystemGetMCURTCTime(); },
-        [](BpTransferHub &h) { return h.ISystemGetDevInfo(1); },
-        [](BpTransferHub &h) { return h.ISystemGetDebugModeRandom(&a); },
-    };
-    return ops;
+// The result an operation gives when its service cannot be bound with CODE.
+bool unbound(const HubOp &op, BpTransferHub &hub, int code) {
+    HubResult r = op.call(hub);
+    return op.returns == HubReturns::Text ? r.text == nullptr : r.status == code;
 }
 
 const char *kPowerName = "KivoPowerService";
@@ -83,18 +36,10 @@ class OtherInterface : public BBinder {
 class Hub : public ::testing::Test {
   protected:
     void SetUp() override {
-        // No service-manager socket anywhere: only the installed manager counts.
-        char dir[] = "/tmp/pos-hub-test.XXXXXX";
-        ASSERT_NE(mkdtemp(dir), nullptr);
-        binderDir = dir;
-        setenv("POS_BINDER_DIR", dir, 1);
         manager = new CountingServiceManager();
         setDefaultServiceManager(manager);
     }
-    void TearDown() override {
-        setDefaultServiceManager(nullptr);
-        rmdir(binderDir.c_str());
-    }
+    void TearDown() override { setDefaultServiceManager(nullptr); }
 
     sp<FakeRemote> addPower() {
         sp<FakeRemote> power = new FakeRemote(kPowerDescriptor);
@@ -103,7 +48,7 @@ class Hub : public ::testing::Test {
         return power;
     }
 
-    std::string binderDir;
+    harness::LocalBinder binder;  // no service-manager socket: only the installed manager counts
     sp<CountingServiceManager> manager;
     BpTransferHub hub;
 };
@@ -111,35 +56,51 @@ class Hub : public ::testing::Test {
 TEST_F(Hub, WithoutServiceManagerEveryCallGivesTheFirstCodeSilently) {
     setDefaultServiceManager(nullptr);
     testing::internal::CaptureStdout();
-    for (const IntOp &op : powerOps()) EXPECT_EQ(op(hub), POS_HUB_NO_SERVICE_MANAGER);
-    for (const IntOp &op : systemOps()) EXPECT_EQ(op(hub), POS_HUB_NO_SERVICE_MANAGER);
-    for (const TextOp &op : textOps()) EXPECT_EQ(op(hub), nullptr);
+    for (const HubOp &op : allHubOps())
+        EXPECT_TRUE(unbound(op, hub, POS_HUB_NO_SERVICE_MANAGER)) << op.name;
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
 TEST_F(Hub, UnregisteredServiceGivesTheSecondCodeAndIsLookedUpAgain) {
-    int calls = 0;
-    for (const IntOp &op : powerOps()) {
-        EXPECT_EQ(op(hub), POS_HUB_SERVICE_NOT_FOUND);
-        ++calls;
-    }
-    for (const IntOp &op : systemOps()) {
-        EXPECT_EQ(op(hub), POS_HUB_SERVICE_NOT_FOUND);
-        ++calls;
-    }
-    for (const TextOp &op : textOps()) {
-        EXPECT_EQ(op(hub), nullptr);
-        ++calls;
-    }
-    EXPECT_EQ(manager->lookups, calls);  // nothing was kept from a failed look-up
+    for (const HubOp &op : allHubOps())
+        EXPECT_TRUE(unbound(op, hub, POS_HUB_SERVICE_NOT_FOUND)) << op.name;
+    // Nothing was kept from a failed look-up.
+    EXPECT_EQ(manager->lookups, int(allHubOps().size()));
 }
 
 TEST_F(Hub, ServiceOfAnotherInterfaceIsRefused) {
-    manager->addService(String16(kPowerName), new OtherInterface());
-    manager->addService(String16(kSystemName), new OtherInterface());
-    for (const IntOp &op : powerOps()) EXPECT_EQ(op(hub), POS_HUB_SERVICE_NOT_FOUND);
-    for (const IntOp &op : systemOps()) EXPECT_EQ(op(hub), POS_HUB_SERVICE_NOT_FOUND);
-    for (const TextOp &op : textOps()) EXPECT_EQ(op(hub), nullptr);
+    for (const HubOp &op : allHubOps())
+        manager->addService(String16(op.service), new OtherInterface());
+    for (const HubOp &op : allHubOps())
+        EXPECT_TRUE(unbound(op, hub, POS_HUB_SERVICE_NOT_FOUND)) << op.name;
+}
+
+TEST_F(Hub, EveryOperationSendsItsTransactionAndHandsOnTheReply) {
+    std::map<std::string, sp<FakeRemote>> remotes;
+    for (const HubOp &op : allHubOps()) {
+        if (remotes.count(op.service) == 0) {
+            remotes[op.service] = new FakeRemote(op.descriptor);
+            manager->addService(String16(op.service), remotes[op.service]);
+        }
+    }
+    for (const HubOp &op : allHubOps()) {
+        SCOPED_TRACE(op.name);
+        FakeRemote &remote = *remotes[op.service];
+        if (op.returns == HubReturns::Text) {
+            remote.script({0, 2, 0x00620061, 0});  // the text "ab"
+        } else {
+            remote.script({0, 7, 0, 0, 0});  // status 7, then outputs
+        }
+        HubResult r = op.call(hub);
+        EXPECT_EQ(remote.lastCode, op.code);
+        EXPECT_EQ(remote.request, token(u16(op.descriptor)).append(op.request).b);
+        if (op.returns == HubReturns::Text) {
+            EXPECT_STREQ(r.text, "ab");
+        } else {
+            // Status operations hand the status on; the mapped ones fold a refusal into -1.
+            EXPECT_EQ(r.status, op.returns == HubReturns::Status ? 7 : -1);
+        }
+    }
 }
 
 TEST_F(Hub, LivenessIsCheckedOnEveryCallAndALiveProxyIsKept) {

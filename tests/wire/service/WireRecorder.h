@@ -1,6 +1,6 @@
 // A service that records the raw bytes of each request it receives and answers with a
-// scripted reply, plus a byte builder for the expected requests written from the protocol
-// tables (independent of Parcel).
+// scripted reply, and a fixture that checks a proxy's requests against bytes written from the
+// protocol tables (WireBytes.h).
 #ifndef POS_TESTS_WIRE_RECORDER_H
 #define POS_TESTS_WIRE_RECORDER_H
 
@@ -14,36 +14,7 @@
 #include <string>
 #include <vector>
 
-// Little-endian words and ASCII text as UTF-16 code units, each item padded to 4 bytes.
-struct Bytes {
-    std::vector<uint8_t> b;
-
-    Bytes &i32(int32_t v) {
-        for (int shift = 0; shift < 32; shift += 8) b.push_back(uint8_t(uint32_t(v) >> shift));
-        return *this;
-    }
-    // Length in 16-bit units, the units, a 16-bit terminator, zero padding.
-    Bytes &s16(const std::u16string &text) {
-        i32(int32_t(text.size()));
-        for (char16_t unit : text) {
-            b.push_back(uint8_t(unit & 0xff));
-            b.push_back(uint8_t(unit >> 8));
-        }
-        b.push_back(0);
-        b.push_back(0);
-        while (b.size() % 4 != 0) b.push_back(0);
-        return *this;
-    }
-    Bytes &append(const Bytes &other) {
-        b.insert(b.end(), other.b.begin(), other.b.end());
-        return *this;
-    }
-};
-
-// The interface token: the strict-mode policy word the platform writes, then the descriptor.
-inline Bytes token(const std::u16string &descriptor) {
-    return Bytes().i32(0x00400000).s16(descriptor);
-}
+#include "WireBytes.h"
 
 class RecordingService : public android::BBinder {
   public:
@@ -82,7 +53,7 @@ template <typename I>
 class WireTest : public ::testing::Test {
   protected:
     explicit WireTest(const char *descriptor)
-        : mDescriptor(descriptor), mDescriptor16(descriptor, descriptor + strlen(descriptor)) {}
+        : mDescriptor(descriptor), mDescriptor16(u16(descriptor)) {}
 
     void SetUp() override {
         service = new RecordingService(mDescriptor);
