@@ -137,6 +137,53 @@ void testSerialNumber(Checks &checks, BpTransferHub *hub, const Expectations &ex
     }
 }
 
+void testDeviceInformation(Checks &checks, BpTransferHub *hub) {
+    char board[] = "board rev C";
+    int status = hub->ISystemSetDevInfo(5, board);
+    const char *record = hub->ISystemGetDevInfo(5);
+    std::string now = record ? record : "";
+    checks.check("device information record 5 set and read back", status == 0 && now == board,
+                 "status " + std::to_string(status) + ", reads \"" + now + "\"");
+}
+
+void testDebugMode(Checks &checks, BpTransferHub *hub) {
+    int mode = -1;
+    const char *challenge = hub->ISystemGetDebugModeRandom(&mode);
+    std::string answer = challenge ? challenge : "";
+    checks.check("debug challenge \"" + answer + "\" with debug mode off",
+                 !answer.empty() && mode == 0, "mode " + std::to_string(mode));
+    char wrong[] = "not the answer";
+    int status = hub->ISystemSetDebugMode(wrong, 1);
+    checks.check("debug mode refused without the challenge's answer", status != 0, got(status));
+    status = hub->ISystemSetDebugMode(&answer[0], 1);
+    hub->ISystemGetDebugModeRandom(&mode);
+    checks.check("debug mode on with the answer", status == 0 && mode == 1,
+                 "status " + std::to_string(status) + ", mode " + std::to_string(mode));
+    hub->ISystemSetDebugMode(&answer[0], 0);
+}
+
+void testDeviceControls(Checks &checks, BpTransferHub *hub) {
+    checks.check("beeper 2000 Hz for 100 ms", hub->ISystemCtrlBeeper(2000, 100) == 0, "refused");
+    int status = hub->ISystemCtrlBeeper(-1, 100);
+    checks.check("beeper at a negative frequency refused", status != 0, got(status));
+    checks.check("key tone on", hub->ISystemCtrlKeytone(1) == 0, "refused");
+    checks.check("LEDs set", hub->ISystemCtrlLED(15, 5, 0, 0, 0, 0) == 0, "refused");
+    checks.check("battery state handed over", hub->ISystemSyncBATState(1) == 0, "refused");
+    status = hub->ISystemMCURFIDTest();
+    checks.check("RF test passes", status == 0, got(status));
+    int source = -1;
+    status = hub->ISystemGetWakeSource(&source);
+    checks.check("wake source reads " + std::to_string(source), status == 0 && source >= 0,
+                 got(status));
+    int original = 0, now = -1;
+    hub->ISystemGetLPLEDFreq(&original);
+    status = hub->ISystemSetLPLEDFreq(4);
+    hub->ISystemGetLPLEDFreq(&now);
+    checks.check("low-power LED frequency set to 4 reads back", status == 0 && now == 4,
+                 "status " + std::to_string(status) + ", reads " + std::to_string(now));
+    hub->ISystemSetLPLEDFreq(original);
+}
+
 }  // namespace
 
 void testSystemAndPower(Checks &checks, const Expectations &expected) {
@@ -150,6 +197,9 @@ void testSystemAndPower(Checks &checks, const Expectations &expected) {
     if (!checks.check("system service reachable", reachable(status), got(status))) return;
     testClock(checks, hub);
     testSerialNumber(checks, hub, expected);
+    testDeviceInformation(checks, hub);
+    testDebugMode(checks, hub);
+    testDeviceControls(checks, hub);
 }
 
 }  // namespace selftest
