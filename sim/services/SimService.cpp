@@ -285,6 +285,8 @@ status_t SimService::answerControl(const Parcel &data, Parcel *reply) {
 }
 
 status_t SimService::onTransact(uint32_t code, const Parcel &data, Parcel *reply, uint32_t flags) {
+    Parcel unwanted;  // a one-way call has no reply to write
+    if (reply == nullptr) reply = &unwanted;
     if (code == kControlTransaction) return answerControl(data, reply);
     auto handler = mHandlers.find(code);
     if (handler == mHandlers.end()) return BBinder::onTransact(code, data, reply, flags);

@@ -56,6 +56,8 @@ class SimService : public android::BBinder {
 
     // The state as JSON text, under the lock.
     std::string stateText() const;
+    // Whether CODE is one of the service's transactions.
+    bool handles(uint32_t code) const { return mHandlers.count(code) != 0; }
     // Runs one control command (JSON text, as the reserved transaction carries it) and answers
     // its reply text; STATUS is 0 when done, -1 when refused (the text then says why).
     std::string control(const std::string &command, int *status);

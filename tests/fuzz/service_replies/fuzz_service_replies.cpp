@@ -1,17 +1,18 @@
-// Reply decoding of the system and power proxies: a binder that answers every transaction with
-// the fuzz bytes, then every operation of both proxies, the service manager's list and the
-// C-string reader the proxies export. Whatever the service sends, an integer reply reads the words
+// Reply decoding: a binder that answers every transaction with the fuzz bytes, behind every
+// hub operation of every service, the service manager's list and the C-string reader the
+// proxies export. Whatever the service sends, an integer reply reads the words
 // that are there and 0 for those that are not, and text comes back terminated.
 #include <binder/IBinder.h>
 #include <binder/IServiceManager.h>
 #include <binder/Parcel.h>
-#include <pos_sdk/service/IPowerManager.h>
-#include <pos_sdk/service/ISystemManager.h>
+#include <binder/ServiceManagerHost.h>
+#include <pos_sdk/service/BpTransferHub.h>
 
 #include <cstring>
 #include <vector>
 
 #include "FuzzCheck.h"
+#include "HubOps.h"
 #include "service/ProxyCall.h"
 
 using namespace android;
@@ -60,70 +61,24 @@ void checkText(const char *text, const ReplyWords &reply) {
     FUZZ_CHECK(strlen(text) <= reply.size / 2 * 3);
 }
 
-void exerciseSystem(ISystemManager &system, const ReplyWords &reply) {
-    checkText(system.SystemGetMCURTCTime(2), reply);
-    checkText(system.SystemGetDevInfo(1), reply);
-    int value = 0;
-    checkText(system.SystemGetDebugModeRandom(&value), reply);
-    checkText(system.SystemGetDebugModeRandom(nullptr), reply);
-
-    char text[] = "0123456789";
-    int statuses[] = {
-        system.SystemSetMCURTCTime(2026, 11, 22, 10, 30, 5, 2),
-        system.SystemSetMCUSleep(),
-        system.SystemSetMCUWakeUp(),
-        system.SystemCtrlBeeper(2000, 150),
-        system.SystemCtrlKeytone(1),
-        system.SystemSetDevInfo(1, text),
-        system.SystemSetDevInfo(1, nullptr),
-        system.SystemSetDebugMode(text, 1),
-        system.SystemCtrlLED(1, 0, 1, 0, 1, 0),
-        system.SystemMCURFIDTest(),
-        system.SystemSyncBATState(1),
-        system.SystemSetLPLEDFreq(3),
-    };
-    for (int status : statuses) {
-        if (reply.plain()) FUZZ_CHECK(status == reply.word(1));
+// Every hub operation of every service, each service answering with the fuzz bytes. Status
+// operations hand on the status word; text comes back terminated and bounded by the reply.
+void exerciseHub(const uint8_t *data, size_t size, const ReplyWords &reply) {
+    static const sp<IServiceManager> manager = [] {
+        sp<IServiceManager> m = createInProcessServiceManager();
+        setDefaultServiceManager(m);
+        return m;
+    }();
+    for (const HubOp &op : allHubOps()) {
+        manager->addService(String16(op.service), new ReplyingBinder(data, size));
     }
-
-    int out = -777;
-    int status = system.SystemGetWakeSource(&out);
-    if (reply.plain()) FUZZ_CHECK(status == reply.word(1) && out == reply.word(2));
-    status = system.SystemGetLPLEDFreq(&out);
-    if (reply.plain()) FUZZ_CHECK(status == reply.word(1) && out == reply.word(2));
-    (void)system.SystemGetLPLEDFreq(nullptr);
-}
-
-void exercisePower(IPowerManager &power, const ReplyWords &reply) {
-    int statuses[] = {
-        power.SysSetLCDBrightness(50),    power.SysSetSleepTime(60),
-        power.SysAllowEnterSleep(1),      power.SysSetDeepSleepTime(600),
-        power.SysSetSleepShutdownTime(3),
-    };
-    for (int status : statuses) {
-        if (reply.plain()) FUZZ_CHECK(status == reply.word(1));
+    BpTransferHub hub;
+    for (const HubOp &op : allHubOps()) {
+        HubResult r = op.call(hub);
+        if (op.returns == HubReturns::Text) checkText(r.text, reply);
+        if (op.returns == HubReturns::Status && reply.plain())
+            FUZZ_CHECK(r.status == reply.word(1));
     }
-
-    int (IPowerManager::*getters[])(int *) = {
-        &IPowerManager::SysGetLCDBrightness, &IPowerManager::SysGetBatCap,
-        &IPowerManager::SysGetBatVol,        &IPowerManager::SysGetChgStat,
-        &IPowerManager::SysGetSleepTime,     &IPowerManager::SysGetAllowEnterSleep,
-        &IPowerManager::SysGetDeepSleepTime, &IPowerManager::SysGetSleepShutdownTime,
-    };
-    for (auto getter : getters) {
-        int out = -777;
-        int status = (power.*getter)(&out);
-        if (reply.plain()) FUZZ_CHECK(status == reply.word(1) && out == reply.word(2));
-        (void)(power.*getter)(nullptr);
-    }
-
-    int first = -777, second = -777, third = -777;
-    int status = power.SysGetBatteryInfo(&first, &second, &third);
-    if (reply.plain()) {
-        FUZZ_CHECK(status == reply.word(1) && first == reply.word(2));
-        FUZZ_CHECK(second == reply.word(3) && third == reply.word(4));
-    }
-    (void)power.SysGetBatteryInfo(nullptr, nullptr, nullptr);
 }
 
 // The service manager's list: however many names the reply claims, no more are read than it
@@ -161,13 +116,9 @@ void exerciseCStrings(const uint8_t *data, size_t size) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    sp<IBinder> binder = new ReplyingBinder(data, size);
     ReplyWords reply{data, size};
-    sp<ISystemManager> system = new BpSystemManager(binder);
-    exerciseSystem(*system, reply);
-    sp<IPowerManager> power = new BpPowerManager(binder);
-    exercisePower(*power, reply);
-    exerciseServiceList(binder, size);
+    exerciseHub(data, size, reply);
+    exerciseServiceList(new ReplyingBinder(data, size), size);
     exerciseCStrings(data, size);
     return 0;
 }
