@@ -1,6 +1,7 @@
 // One hub call round trip (IPowerSysGetBatCap into a power service process) beside a raw
 // AF_UNIX request/reply ping-pong of the same sizes, with the serving process on the caller's
-// core and on the other core. The closing lines give hub / raw for each placement.
+// core and on the other core. The closing lines give hub / raw for each placement. Every other
+// power and system operation of the hub-operation tables is timed as well (HubCall/NAME).
 #include <benchmark/benchmark.h>
 
 #include <pos_sdk/service/BpTransferHub.h>
@@ -15,11 +16,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "HubOps.h"
+#include "LocalBinder.h"
 #include "ServiceHost.h"
 
 namespace {
@@ -52,13 +54,14 @@ void pinProcess(pid_t pid, int cpu) {
 }
 
 struct Peers {
-    std::string binderDir;
-    std::vector<pid_t> pids;  // service manager, power service, raw echo server
+    harness::LocalBinder binder;  // service manager, power and system services
+    pid_t echo = -1;              // the raw echo server
     int rawFd = -1;
 
     void place(Placement placement) {
         pinTask(0, 0);
-        for (pid_t pid : pids) pinProcess(pid, placement == kSameCore ? 0 : 1);
+        for (pid_t pid : binder.pids()) pinProcess(pid, placement == kSameCore ? 0 : 1);
+        pinProcess(echo, placement == kSameCore ? 0 : 1);
     }
 };
 
@@ -80,16 +83,9 @@ std::map<std::string, std::pair<double, double>> g_ratios;  // placement -> hub,
 }
 
 bool startPeers(Peers *peers) {
-    char dir[] = "/tmp/pos-bench-hub.XXXXXX";
-    if (mkdtemp(dir) == nullptr) return false;
-    peers->binderDir = dir;
-    setenv("POS_BINDER_DIR", dir, 1);
-    std::string program = POS_SIM_SERVICE;
-    for (const std::vector<std::string> &args :
-         {std::vector<std::string>{"servicemanager"}, std::vector<std::string>{"power"}}) {
-        pid_t pid = possim::spawnAndWaitReady(program, args, 10000);
-        if (pid < 0) return false;
-        peers->pids.push_back(pid);
+    if (!peers->binder.startManager() || peers->binder.startService("power") < 0 ||
+        peers->binder.startService("system") < 0) {
+        return false;
     }
     int fds[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0) return false;
@@ -100,15 +96,13 @@ bool startPeers(Peers *peers) {
     }
     close(fds[1]);
     peers->rawFd = fds[0];
-    peers->pids.push_back(echo);
+    peers->echo = echo;
     return echo > 0;
 }
 
 void stopPeers(Peers *peers) {
     if (peers->rawFd >= 0) close(peers->rawFd);
-    for (auto it = peers->pids.rbegin(); it != peers->pids.rend(); ++it) possim::stopProcess(*it);
-    std::error_code ignored;
-    std::filesystem::remove_all(peers->binderDir, ignored);
+    possim::stopProcess(peers->echo);
 }
 
 const char *placementName(int64_t placement) {
@@ -117,7 +111,8 @@ const char *placementName(int64_t placement) {
 
 // One hub round trip; false when the service did not answer.
 bool hubCall() {
-    int capacity = BpTransferHub::getInstance()->IPowerSysGetBatCap();
+    static const HubOp &op = hubOp("IPowerSysGetBatCap");
+    int capacity = op.call(*BpTransferHub::getInstance()).status;
     benchmark::DoNotOptimize(capacity);
     return capacity >= 0 && capacity <= 100;
 }
@@ -191,6 +186,24 @@ BENCHMARK_TEMPLATE(BM_RoundTrip, hubCall)
     ->UseRealTime();
 BENCHMARK(BM_HubOverRaw)->Name("HubOverRaw")->Arg(kSameCore)->Arg(kOtherCore)->UseRealTime();
 
+// Every operation of the services running here, one round trip each.
+void registerHubCalls() {
+    for (const HubOp &op : allHubOps()) {
+        if (std::string(op.service) != "KivoPowerService" &&
+            std::string(op.service) != "KivoSystemManagerService") {
+            continue;
+        }
+        benchmark::RegisterBenchmark(("HubCall/" + std::string(op.name)).c_str(),
+                                     [&op](benchmark::State &state) {
+                                         BpTransferHub &hub = *BpTransferHub::getInstance();
+                                         for (auto _ : state) {
+                                             benchmark::DoNotOptimize(op.call(hub));
+                                         }
+                                     })
+            ->UseRealTime();
+    }
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -202,11 +215,12 @@ int main(int argc, char **argv) {
         return 1;
     }
     g_peers = &peers;
+    registerHubCalls();
     benchmark::RunSpecifiedBenchmarks();
     stopPeers(&peers);
 
     for (const auto &[placement, times] : g_ratios) {
-        printf("%-10s hub %.1f us, raw AF_UNIX %.1f us, ratio %.2f (target <= 1.5)\n",
+        printf("%-10s hub %.1f us, raw AF_UNIX %.1f us, ratio %.2f (target <= 1.1)\n",
                placement.c_str(), times.first / 1000, times.second / 1000,
                times.first / times.second);
     }
