@@ -44,6 +44,23 @@ int connectTo(const std::string &path) {
     return fd;
 }
 
+// A message of one byte with room for one descriptor.
+struct DescriptorMessage {
+    char byte = 0;
+    iovec iov{&byte, 1};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr msg{};
+
+    DescriptorMessage() {
+        msg.msg_iov = &iov;
+        msg.msg_iovlen = 1;
+        msg.msg_control = control;
+        msg.msg_controllen = sizeof control;
+    }
+    DescriptorMessage(const DescriptorMessage &) = delete;
+    DescriptorMessage &operator=(const DescriptorMessage &) = delete;
+};
+
 bool answers(const std::string &path) {
     int fd = connectTo(path);
     if (fd < 0) return false;
@@ -212,41 +229,27 @@ Answer request(const std::string &socket, const std::vector<std::string> &words)
 }
 
 bool sendDescriptor(int channel, int fd) {
-    char byte = 0;
-    iovec iov = {&byte, 1};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr msg = {};
-    msg.msg_iov = &iov;
-    msg.msg_iovlen = 1;
-    msg.msg_control = control;
-    msg.msg_controllen = sizeof control;
-    cmsghdr *cmsg = CMSG_FIRSTHDR(&msg);
+    DescriptorMessage m;
+    cmsghdr *cmsg = CMSG_FIRSTHDR(&m.msg);
     cmsg->cmsg_level = SOL_SOCKET;
     cmsg->cmsg_type = SCM_RIGHTS;
     cmsg->cmsg_len = CMSG_LEN(sizeof(int));
     memcpy(CMSG_DATA(cmsg), &fd, sizeof(int));
     ssize_t n;
     do {
-        n = sendmsg(channel, &msg, MSG_NOSIGNAL);
+        n = sendmsg(channel, &m.msg, MSG_NOSIGNAL);
     } while (n < 0 && errno == EINTR);
     return n == 1;
 }
 
 int receiveDescriptor(int channel) {
-    char byte;
-    iovec iov = {&byte, 1};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr msg = {};
-    msg.msg_iov = &iov;
-    msg.msg_iovlen = 1;
-    msg.msg_control = control;
-    msg.msg_controllen = sizeof control;
+    DescriptorMessage m;
     ssize_t n;
     do {
-        n = recvmsg(channel, &msg, MSG_CMSG_CLOEXEC);
+        n = recvmsg(channel, &m.msg, MSG_CMSG_CLOEXEC);
     } while (n < 0 && errno == EINTR);
     if (n <= 0) return -1;
-    cmsghdr *cmsg = CMSG_FIRSTHDR(&msg);
+    cmsghdr *cmsg = CMSG_FIRSTHDR(&m.msg);
     if (cmsg == nullptr || cmsg->cmsg_level != SOL_SOCKET || cmsg->cmsg_type != SCM_RIGHTS ||
         cmsg->cmsg_len != CMSG_LEN(sizeof(int))) {
         return -1;
@@ -297,15 +300,53 @@ int ctlMain(const std::vector<std::string> &args) {
     return 0;
 }
 
-HostRelay::~HostRelay() {
+bool ConnectionServer::start(int listenFd, int channel, Handler handler, std::string &error) {
+    mListenFd = listenFd;
+    mChannel = channel;
+    mHandler = std::move(handler);
+    if (pipe2(mWakeFd, O_CLOEXEC) != 0) {
+        error = std::string("pipe: ") + strerror(errno);
+        return false;
+    }
+    mThread = std::make_unique<std::thread>([this] { serve(); });
+    return true;
+}
+
+void ConnectionServer::stop() {
     if (mThread != nullptr) {
         char byte = 0;
         (void)!write(mWakeFd[1], &byte, 1);
         mThread->join();
+        mThread.reset();
     }
-    for (int fd : {mListenFd, mWakeFd[0], mWakeFd[1]}) {
-        if (fd >= 0) close(fd);
+    for (int *fd : {&mListenFd, &mWakeFd[0], &mWakeFd[1]}) {
+        if (*fd >= 0) close(*fd);
+        *fd = -1;
     }
+}
+
+void ConnectionServer::serve() {
+    for (;;) {
+        pollfd p[3] = {{mWakeFd[0], POLLIN, 0}, {mListenFd, POLLIN, 0}, {mChannel, POLLIN, 0}};
+        if (poll(p, mChannel >= 0 ? 3 : 2, -1) < 0) {
+            if (errno == EINTR) continue;
+            return;
+        }
+        if (p[0].revents != 0) return;
+        int fd = -1;
+        if (p[1].revents & POLLIN) fd = accept4(mListenFd, nullptr, nullptr, SOCK_CLOEXEC);
+        if (fd < 0 && mChannel >= 0 && p[2].revents != 0) {
+            fd = receiveDescriptor(mChannel);
+            if (fd < 0) mChannel = -1;  // the other side is gone: serve the socket only
+        }
+        if (fd < 0) continue;
+        mHandler(fd);
+        close(fd);
+    }
+}
+
+HostRelay::~HostRelay() {
+    mServer.stop();
     if (!mSocketPath.empty()) unlink(mSocketPath.c_str());
     if (!mRunFile.empty()) unlink(mRunFile.c_str());
 }
@@ -319,37 +360,21 @@ bool HostRelay::start(const std::string &name, const std::string &outDir, int ch
     std::string dir = hostSocketDir(error);
     if (dir.empty()) return false;
     std::string path = hostSocketPath(dir, name);
-    mListenFd = listenAt(path, error);
-    if (mListenFd < 0) return false;
+    int listenFd = listenAt(path, error);
+    if (listenFd < 0) return false;
     mSocketPath = path;
     if (!outDir.empty()) {
         mRunFile = outDir + "/" + kRunFile;
         std::ofstream(mRunFile) << mSocketPath << "\n";
     }
-    if (pipe2(mWakeFd, O_CLOEXEC) != 0) {
-        error = std::string("pipe: ") + strerror(errno);
-        return false;
-    }
-    mChannel = channel;
-    mThread = std::make_unique<std::thread>([this] { serve(); });
-    return true;
-}
-
-void HostRelay::serve() {
-    for (;;) {
-        pollfd p[2] = {{mListenFd, POLLIN, 0}, {mWakeFd[0], POLLIN, 0}};
-        if (poll(p, 2, -1) < 0) {
-            if (errno == EINTR) continue;
-            return;
-        }
-        if (p[1].revents != 0) return;
-        int fd = accept4(mListenFd, nullptr, nullptr, SOCK_CLOEXEC);
-        if (fd < 0) continue;
-        if (!sendDescriptor(mChannel, fd)) {
-            writeAll(fd, encodeAnswer({false, "the simulated terminal is not running"}));
-        }
-        close(fd);
-    }
+    return mServer.start(
+        listenFd, -1,
+        [channel](int fd) {
+            if (!sendDescriptor(channel, fd)) {
+                writeAll(fd, encodeAnswer({false, "the simulated terminal is not running"}));
+            }
+        },
+        error);
 }
 
 }  // namespace ctl

@@ -10,6 +10,7 @@
 #define POS_SIM_CONTROL_H
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -54,6 +55,32 @@ int receiveDescriptor(int channel);  // -1 when the channel is closed or the mes
 int ctlMain(const std::vector<std::string> &args);
 void printUsage(FILE *to);
 
+// Serves connections one at a time on one thread of its own, for good (processes started from
+// it end with that thread): those accepted on a listening socket and those handed in through a
+// channel. HANDLER gets each connection; the server closes it afterwards.
+class ConnectionServer {
+  public:
+    using Handler = std::function<void(int fd)>;
+
+    ConnectionServer() = default;
+    ~ConnectionServer() { stop(); }
+    ConnectionServer(const ConnectionServer &) = delete;
+    ConnectionServer &operator=(const ConnectionServer &) = delete;
+
+    // Takes LISTENFD (closed when it stops); CHANNEL may be -1 and stays the caller's.
+    bool start(int listenFd, int channel, Handler handler, std::string &error);
+    void stop();
+
+  private:
+    void serve();
+
+    int mListenFd = -1;
+    int mChannel = -1;
+    int mWakeFd[2] = {-1, -1};
+    Handler mHandler;
+    std::unique_ptr<std::thread> mThread;
+};
+
 // The host side of a run: listens on its named socket and hands every connection to the
 // sandbox through a channel made before the sandbox was; writes the output directory's run
 // file. Everything is removed again when it is destroyed.
@@ -67,14 +94,9 @@ class HostRelay {
     bool start(const std::string &name, const std::string &outDir, int channel, std::string &error);
 
   private:
-    void serve();
-
     std::string mSocketPath;
     std::string mRunFile;
-    int mListenFd = -1;
-    int mWakeFd[2] = {-1, -1};
-    int mChannel = -1;
-    std::unique_ptr<std::thread> mThread;
+    ConnectionServer mServer;
 };
 
 }  // namespace ctl

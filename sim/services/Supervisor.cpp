@@ -3,10 +3,7 @@
 #include <binder/IServiceManager.h>
 #include <binder/Parcel.h>
 
-#include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -106,14 +103,7 @@ Supervisor::Supervisor(const json &scenario) {
 }
 
 Supervisor::~Supervisor() {
-    if (mThread != nullptr) {
-        char byte = 0;
-        (void)!write(mWakeFd[1], &byte, 1);
-        mThread->join();
-    }
-    for (int fd : {mListenFd, mWakeFd[0], mWakeFd[1]}) {
-        if (fd >= 0) close(fd);
-    }
+    mConsole.stop();
     for (auto it = mServices.rbegin(); it != mServices.rend(); ++it) stopProcess(it->pid);
     stopProcess(mManager);
 }
@@ -216,39 +206,11 @@ ctl::Answer Supervisor::answer(const std::vector<std::string> &words) {
 bool Supervisor::serveConsole(const std::string &socket, int channel, std::string &error) {
     std::error_code ignored;
     std::filesystem::create_directories(std::filesystem::path(socket).parent_path(), ignored);
-    mListenFd = ctl::listenAt(socket, error);
-    if (mListenFd < 0) return false;
-    if (pipe2(mWakeFd, O_CLOEXEC) != 0) {
-        error = std::string("pipe: ") + strerror(errno);
-        return false;
-    }
-    mChannel = channel;
-    // One thread for good: the services it restarts end with the thread that started them.
-    mThread = std::make_unique<std::thread>([this] { serve(); });
-    return true;
-}
-
-void Supervisor::serve() {
-    for (;;) {
-        pollfd p[3] = {{mWakeFd[0], POLLIN, 0}, {mListenFd, POLLIN, 0}, {mChannel, POLLIN, 0}};
-        if (poll(p, mChannel >= 0 ? 3 : 2, -1) < 0) {
-            if (errno == EINTR) continue;
-            return;
-        }
-        if (p[0].revents != 0) return;
-        if (p[1].revents & POLLIN) {
-            int fd = accept4(mListenFd, nullptr, nullptr, SOCK_CLOEXEC);
-            if (fd >= 0) serveConnection(fd);
-        }
-        if (p[2].revents != 0) {
-            int fd = ctl::receiveDescriptor(mChannel);
-            if (fd >= 0) {
-                serveConnection(fd);
-            } else {
-                mChannel = -1;  // the host side is gone: serve the inside only
-            }
-        }
-    }
+    int listenFd = ctl::listenAt(socket, error);
+    // The services the console restarts end with the thread that started them: the
+    // console's one thread lasts as long as the supervisor.
+    return listenFd >= 0 && mConsole.start(
+                                listenFd, channel, [this](int fd) { serveConnection(fd); }, error);
 }
 
 void Supervisor::serveConnection(int fd) {
@@ -260,7 +222,6 @@ void Supervisor::serveConnection(int fd) {
                                  : refused("the request is not a list of words");
         ctl::writeAll(fd, ctl::encodeAnswer(answer));
     }
-    close(fd);
 }
 
 }  // namespace possim

@@ -9,9 +9,7 @@
 
 #include <sys/types.h>
 
-#include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Registry.h"
@@ -48,15 +46,11 @@ class Supervisor {
     ctl::Answer restart(Service &service);
     ctl::Answer list();
     ctl::Answer control(Service &service, const nlohmann::json &command);
-    void serve();
     void serveConnection(int fd);
 
     pid_t mManager = -1;
     std::vector<Service> mServices;  // in start order
-    int mListenFd = -1;
-    int mChannel = -1;
-    int mWakeFd[2] = {-1, -1};
-    std::unique_ptr<std::thread> mThread;
+    ctl::ConnectionServer mConsole;
 };
 
 }  // namespace possim

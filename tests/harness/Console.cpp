@@ -1,6 +1,9 @@
 #include "Console.h"
 
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <cstdio>
 
 namespace harness {
 
@@ -17,6 +20,17 @@ nlohmann::json state(const std::string &service) {
     if (!answer.ok) return nullptr;
     nlohmann::json value = nlohmann::json::parse(answer.text, nullptr, false);
     return value.is_discarded() ? nlohmann::json() : value;
+}
+
+CommandResult runCommand(const std::string &command) {
+    CommandResult result{-1, ""};
+    FILE *pipe = popen((command + " 2>&1").c_str(), "r");
+    if (pipe == nullptr) return result;
+    char buffer[256];
+    while (fgets(buffer, sizeof buffer, pipe) != nullptr) result.out += buffer;
+    int raw = pclose(pipe);
+    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    return result;
 }
 
 }  // namespace harness

@@ -24,6 +24,14 @@ possim::ctl::Answer ctl(const std::vector<std::string> &words);
 // The state of SERVICE; null when it cannot be read.
 nlohmann::json state(const std::string &service);
 
+// Runs a shell command line: its exit status (-1 when it did not exit) and its output,
+// standard error included.
+struct CommandResult {
+    int status;
+    std::string out;
+};
+CommandResult runCommand(const std::string &command);
+
 }  // namespace harness
 
 #endif

@@ -6,30 +6,21 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
 
+#include "Console.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Result {
-    int status;
-    std::string out;
-};
+using Result = harness::CommandResult;
 
 Result run(const std::string &command) {
-    Result r{-1, ""};
-    FILE *pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return r;
-    char buffer[256];
-    while (fgets(buffer, sizeof buffer, pipe) != nullptr) r.out += buffer;
-    int raw = pclose(pipe);
-    r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    return r;
+    return harness::runCommand(command);
 }
 
 class ConsoleFromHost : public ::testing::Test {

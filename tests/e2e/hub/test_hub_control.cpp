@@ -6,22 +6,11 @@
 #include <pos_sdk/service/BpTransferHub.h>
 
 #include <chrono>
-#include <cstdio>
 #include <string>
 
 #include "Console.h"
 
 namespace {
-
-// The output of a command line and whether it succeeded.
-std::pair<bool, std::string> run(const std::string &command) {
-    std::string out;
-    FILE *pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return {false, out};
-    char buffer[256];
-    while (fgets(buffer, sizeof buffer, pipe) != nullptr) out += buffer;
-    return {pclose(pipe) == 0, out};
-}
 
 class HubControl : public ::testing::Test {
   protected:
@@ -35,13 +24,14 @@ TEST_F(HubControl, WhatTheConsoleSetsTheLibraryReadsAndTheOtherWayRound) {
     EXPECT_EQ(hub.IPowerSysGetBatCap(), 15);
 
     // The same through the command line a person would type.
-    auto [ok, out] = run(POS_SIM " ctl power set battery_capacity=23 charge_state=2");
-    ASSERT_TRUE(ok) << out;
+    auto [status, out] =
+        harness::runCommand(POS_SIM " ctl power set battery_capacity=23 charge_state=2");
+    ASSERT_EQ(status, 0) << out;
     EXPECT_NE(out.find("\"battery_capacity\": 23"), std::string::npos) << out;
     int charge = -1, capacity = -1, voltage = -1;
     EXPECT_EQ(hub.IPowerSysGetBatInfo(&charge, &capacity, &voltage), 0);
     EXPECT_EQ(capacity * 10 + charge, 232);
-    EXPECT_EQ(run(POS_SIM " ctl power state").second, out);
+    EXPECT_EQ(harness::runCommand(POS_SIM " ctl power state").out, out);
 
     ASSERT_EQ(hub.IPowerSysSetLCDBKL(30), 0);
     ASSERT_EQ(hub.ISystemCtrlLED(1, 0, 2, 0, 3, 0), 0);
