@@ -2,7 +2,7 @@
 //
 //   return pos::forward(mPower, &IPowerManager::SysSetLCDBrightness, level);
 //
-// binds the member with the binding routine of its interface (kBindingOf below), then calls
+// binds the member with the binding routine of its interface (BindingOf below), then calls
 // the operation on it. The operation must belong to the member's interface and the routine is
 // chosen by that interface, so a wrong member or binding routine does not compile. When the
 // service cannot be bound, an integer operation returns the binding code, a text operation
@@ -19,31 +19,30 @@ namespace pos {
 template <typename I>
 using BindingRoutine = int (*)(android::sp<I> &);
 
-// The binding routine of each service interface.
+// The binding routine of each service interface (an interface without a row does not compile).
 template <typename I>
-constexpr BindingRoutine<I> kBindingOf = nullptr;
+struct BindingOf;
 // clang-format off
-template <> constexpr BindingRoutine<android::ICloudManager> kBindingOf<android::ICloudManager> = &GetCloudManagerService;
-template <> constexpr BindingRoutine<android::IICCardManager> kBindingOf<android::IICCardManager> = &GetICCardManagerService;
-template <> constexpr BindingRoutine<android::IMagcardManager> kBindingOf<android::IMagcardManager> = &GetMagcardManagerService;
-template <> constexpr BindingRoutine<android::IRFIDManager> kBindingOf<android::IRFIDManager> = &GetRFIDManagerService;
-template <> constexpr BindingRoutine<android::IThermalManager> kBindingOf<android::IThermalManager> = &GetThermalManagerService;
-template <> constexpr BindingRoutine<android::INetworkManager> kBindingOf<android::INetworkManager> = &GetNetworkManagerService;
-template <> constexpr BindingRoutine<android::IPowerManager> kBindingOf<android::IPowerManager> = &GetPowerManagerService;
-template <> constexpr BindingRoutine<android::ISystemManager> kBindingOf<android::ISystemManager> = &GetSystemManagerService;
-template <> constexpr BindingRoutine<android::IPinpadManager> kBindingOf<android::IPinpadManager> = &GetPinpadManagerService;
-template <> constexpr BindingRoutine<android::IWifiManager> kBindingOf<android::IWifiManager> = &GetWifiManagerService;
-template <> constexpr BindingRoutine<android::ISecurityManager> kBindingOf<android::ISecurityManager> = &GetSecurityManagerService;
-template <> constexpr BindingRoutine<android::IQd36nManager> kBindingOf<android::IQd36nManager> = &GetQd36nManagerService;
-template <> constexpr BindingRoutine<android::ISegLcdManager> kBindingOf<android::ISegLcdManager> = &GetSegLcdManagerService;
-template <> constexpr BindingRoutine<android::ITtsManager> kBindingOf<android::ITtsManager> = &GetTtsManagerService;
+template <> struct BindingOf<android::ICloudManager> { static constexpr BindingRoutine<android::ICloudManager> routine = &GetCloudManagerService; };
+template <> struct BindingOf<android::IICCardManager> { static constexpr BindingRoutine<android::IICCardManager> routine = &GetICCardManagerService; };
+template <> struct BindingOf<android::IMagcardManager> { static constexpr BindingRoutine<android::IMagcardManager> routine = &GetMagcardManagerService; };
+template <> struct BindingOf<android::IRFIDManager> { static constexpr BindingRoutine<android::IRFIDManager> routine = &GetRFIDManagerService; };
+template <> struct BindingOf<android::IThermalManager> { static constexpr BindingRoutine<android::IThermalManager> routine = &GetThermalManagerService; };
+template <> struct BindingOf<android::INetworkManager> { static constexpr BindingRoutine<android::INetworkManager> routine = &GetNetworkManagerService; };
+template <> struct BindingOf<android::IPowerManager> { static constexpr BindingRoutine<android::IPowerManager> routine = &GetPowerManagerService; };
+template <> struct BindingOf<android::ISystemManager> { static constexpr BindingRoutine<android::ISystemManager> routine = &GetSystemManagerService; };
+template <> struct BindingOf<android::IPinpadManager> { static constexpr BindingRoutine<android::IPinpadManager> routine = &GetPinpadManagerService; };
+template <> struct BindingOf<android::IWifiManager> { static constexpr BindingRoutine<android::IWifiManager> routine = &GetWifiManagerService; };
+template <> struct BindingOf<android::ISecurityManager> { static constexpr BindingRoutine<android::ISecurityManager> routine = &GetSecurityManagerService; };
+template <> struct BindingOf<android::IQd36nManager> { static constexpr BindingRoutine<android::IQd36nManager> routine = &GetQd36nManagerService; };
+template <> struct BindingOf<android::ISegLcdManager> { static constexpr BindingRoutine<android::ISegLcdManager> routine = &GetSegLcdManagerService; };
+template <> struct BindingOf<android::ITtsManager> { static constexpr BindingRoutine<android::ITtsManager> routine = &GetTtsManagerService; };
 // clang-format on
 
 // Binds `member` with its interface's routine: 0, or the binding code.
 template <typename I>
 int bind(android::sp<I> &member) {
-    static_assert(kBindingOf<I> != nullptr, "no binding routine for this interface");
-    return kBindingOf<I>(member);
+    return BindingOf<I>::routine(member);
 }
 
 // Keeps a parameter out of template deduction: the operation alone fixes the argument types,
