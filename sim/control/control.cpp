@@ -3,9 +3,12 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
@@ -300,7 +303,7 @@ int ctlMain(const std::vector<std::string> &args) {
     return 0;
 }
 
-bool ConnectionServer::start(int listenFd, int channel, Handler handler, std::string &error) {
+bool ConnectionServer::open(int listenFd, int channel, Handler handler, std::string &error) {
     mListenFd = listenFd;
     mChannel = channel;
     mHandler = std::move(handler);
@@ -308,6 +311,11 @@ bool ConnectionServer::start(int listenFd, int channel, Handler handler, std::st
         error = std::string("pipe: ") + strerror(errno);
         return false;
     }
+    return true;
+}
+
+bool ConnectionServer::start(int listenFd, int channel, Handler handler, std::string &error) {
+    if (!open(listenFd, channel, std::move(handler), error)) return false;
     mThread = std::make_unique<std::thread>([this] { serve(); });
     return true;
 }
@@ -346,7 +354,10 @@ void ConnectionServer::serve() {
 }
 
 HostRelay::~HostRelay() {
-    mServer.stop();
+    if (mPid > 0) {
+        kill(mPid, SIGKILL);
+        waitpid(mPid, nullptr, 0);
+    }
     if (!mSocketPath.empty()) unlink(mSocketPath.c_str());
     if (!mRunFile.empty()) unlink(mRunFile.c_str());
 }
@@ -367,14 +378,23 @@ bool HostRelay::start(const std::string &name, const std::string &outDir, int ch
         mRunFile = outDir + "/" + kRunFile;
         std::ofstream(mRunFile) << mSocketPath << "\n";
     }
-    return mServer.start(
-        listenFd, -1,
-        [channel](int fd) {
-            if (!sendDescriptor(channel, fd)) {
-                writeAll(fd, encodeAnswer({false, "the simulated terminal is not running"}));
-            }
-        },
-        error);
+    ConnectionServer server;
+    auto pass = [channel](int fd) {
+        if (!sendDescriptor(channel, fd)) {
+            writeAll(fd, encodeAnswer({false, "the simulated terminal is not running"}));
+        }
+    };
+    if (!server.open(listenFd, -1, pass, error)) return false;
+    pid_t parent = getpid();
+    mPid = fork();
+    if (mPid == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (getppid() != parent) _exit(0);  // pos-sim died before the line above took hold
+        server.serve();
+        _exit(0);
+    }
+    if (mPid < 0) error = std::string("fork: ") + strerror(errno);
+    return mPid > 0;  // the server's sockets close here: the relay process has its own
 }
 
 }  // namespace ctl

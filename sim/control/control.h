@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <sys/types.h>
 #include <thread>
 #include <vector>
 
@@ -55,9 +56,8 @@ int receiveDescriptor(int channel);  // -1 when the channel is closed or the mes
 int ctlMain(const std::vector<std::string> &args);
 void printUsage(FILE *to);
 
-// Serves connections one at a time on one thread of its own, for good (processes started from
-// it end with that thread): those accepted on a listening socket and those handed in through a
-// channel. HANDLER gets each connection; the server closes it afterwards.
+// Serves connections one at a time: those accepted on a listening socket and those handed in
+// through a channel. HANDLER gets each connection; the server closes it afterwards.
 class ConnectionServer {
   public:
     using Handler = std::function<void(int fd)>;
@@ -68,12 +68,15 @@ class ConnectionServer {
     ConnectionServer &operator=(const ConnectionServer &) = delete;
 
     // Takes LISTENFD (closed when it stops); CHANNEL may be -1 and stays the caller's.
+    bool open(int listenFd, int channel, Handler handler, std::string &error);
+    // Serves on the calling thread until stop() (from another thread).
+    void serve();
+    // open(), then serve() on one thread of its own, for good: processes started from the
+    // handler end with the thread that started them.
     bool start(int listenFd, int channel, Handler handler, std::string &error);
     void stop();
 
   private:
-    void serve();
-
     int mListenFd = -1;
     int mChannel = -1;
     int mWakeFd[2] = {-1, -1};
@@ -83,7 +86,8 @@ class ConnectionServer {
 
 // The host side of a run: listens on its named socket and hands every connection to the
 // sandbox through a channel made before the sandbox was; writes the output directory's run
-// file. Everything is removed again when it is destroyed.
+// file. It serves in a process of its own, so that pos-sim stays one thread when it forks the
+// sandbox. Everything is removed again when it is destroyed.
 class HostRelay {
   public:
     HostRelay() = default;
@@ -96,7 +100,7 @@ class HostRelay {
   private:
     std::string mSocketPath;
     std::string mRunFile;
-    ConnectionServer mServer;
+    pid_t mPid = -1;
 };
 
 }  // namespace ctl

@@ -17,22 +17,17 @@ namespace possim {
 
 namespace {
 
-[[noreturn]] void execChild(const std::string &program, const std::vector<std::string> &args,
-                            int readyFd) {
+// Runs in the child between fork and exec, so it allocates nothing: the parent may have other
+// threads, and a lock one of them held at the fork stays held in the child.
+[[noreturn]] void execChild(const char *program, char *const *argv) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     // The caller may block signals (SIGTERM, to sigwait for it); a service must not.
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    std::vector<std::string> argv{program};
-    argv.insert(argv.end(), args.begin(), args.end());
-    argv.push_back("--ready-fd");
-    argv.push_back(std::to_string(readyFd));
-    std::vector<char *> raw;
-    for (auto &a : argv) raw.push_back(a.data());
-    raw.push_back(nullptr);
-    execv(program.c_str(), raw.data());
-    fprintf(stderr, "pos-sim: cannot run %s\n", program.c_str());
+    execv(program, argv);
+    static const char kFailed[] = "pos-sim: cannot run pos-sim-service\n";
+    (void)!write(STDERR_FILENO, kFailed, sizeof kFailed - 1);
     _exit(127);
 }
 
@@ -53,11 +48,18 @@ pid_t spawnAndWaitReady(const std::string &program, const std::vector<std::strin
                         int timeoutMs) {
     int fds[2];
     if (pipe2(fds, O_CLOEXEC) != 0) return -1;
+    std::vector<std::string> words{program};
+    words.insert(words.end(), args.begin(), args.end());
+    words.push_back("--ready-fd");
+    words.push_back(std::to_string(fds[1]));
+    std::vector<char *> argv;
+    for (std::string &word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
     pid_t pid = fork();
     if (pid == 0) {
         close(fds[0]);
         fcntl(fds[1], F_SETFD, 0);  // the write end survives exec
-        execChild(program, args, fds[1]);
+        execChild(program.c_str(), argv.data());
     }
     close(fds[1]);
     bool ready = pid > 0 && waitReady(fds[0], timeoutMs);
