@@ -153,7 +153,7 @@ ctl::Answer Supervisor::control(Service &service, const json &command) {
                    (explained ? answer["error"].get<std::string>() : "refused"));
 }
 
-ctl::Answer Supervisor::kill(Service &service) {
+ctl::Answer Supervisor::killService(Service &service) {
     if (!running(service)) return refused(std::string(service.entry->key) + " is not running");
     // Keep what the service knew, so that a restart takes it up again (the battery does not
     // change because its service died).
@@ -165,8 +165,8 @@ ctl::Answer Supervisor::kill(Service &service) {
     return {true, std::string(service.entry->key) + ": killed\n"};
 }
 
-ctl::Answer Supervisor::restart(Service &service) {
-    if (running(service)) kill(service);
+ctl::Answer Supervisor::restartService(Service &service) {
+    if (running(service)) killService(service);
     std::string error;
     if (!startService(service, error)) return refused(error);
     return {true, std::string(service.entry->key) + ": running\n"};
@@ -191,8 +191,8 @@ ctl::Answer Supervisor::answer(const std::vector<std::string> &words) {
         return refused("no service " + (words.empty() ? std::string("given") : words[0]) +
                        " (pos-sim ctl list shows them)");
     }
-    if (words.size() == 2 && words[1] == "kill") return kill(*service);
-    if (words.size() == 2 && words[1] == "restart") return restart(*service);
+    if (words.size() == 2 && words[1] == "kill") return killService(*service);
+    if (words.size() == 2 && words[1] == "restart") return restartService(*service);
     json command;
     if (!commandFor(words, command)) {
         return refused(

@@ -42,8 +42,8 @@ class Supervisor {
 
     bool startService(Service &service, std::string &error);
     bool running(Service &service);
-    ctl::Answer kill(Service &service);
-    ctl::Answer restart(Service &service);
+    ctl::Answer killService(Service &service);
+    ctl::Answer restartService(Service &service);
     ctl::Answer list();
     ctl::Answer control(Service &service, const nlohmann::json &command);
     void serveConnection(int fd);
