@@ -196,7 +196,8 @@ POS_API int OsInstallFile(int /*reserved*/, const char *path, int type) {
 }
 
 POS_API int OsUninstallFile(const char *appId, int type) {
-    if (type != 1) return OS_ERR_NOT_SUPPORTED;  // checked before the pointer, as applications expect
+    // The type is checked before the pointer, as applications expect.
+    if (type != 1) return OS_ERR_NOT_SUPPORTED;
     if (isEmpty(appId)) return OS_ERR_BAD_ARGUMENT;
     int rc = PkgAppManagementCmd(PKG_SERVER_PACKAGE, kPackageTimeoutSec, PKG_CMD_UNINSTALL, appId);
     return rc == 0 ? 0 : OS_ERR_BAD_ARGUMENT;
