@@ -1,6 +1,6 @@
 // pos-sim: the simulated terminal.
-//   pos-sim run [--scenario FILE] [--out DIR] -- COMMAND [ARGS...]
-//   pos-sim shell [--scenario FILE] [--out DIR]
+//   pos-sim run [--scenario FILE] [--out DIR] [--rw DIR]... [--keep DIR]... -- COMMAND [ARGS...]
+//   pos-sim shell [--scenario FILE] [--out DIR] [--rw DIR]... [--keep DIR]...
 // Builds a sandbox in which every fixed path of the terminal exists privately, starts the
 // terminal's processes in it, runs the command against them and tears everything down,
 // returning the command's exit status.
@@ -35,13 +35,16 @@ const int kStartTimeoutMs = 10000;
 struct Options {
     std::string scenarioPath;
     std::string outDir;
+    std::vector<std::string> writableDirs;  // --rw: host directories the command may change
+    std::vector<std::string> keepDirs;      // --keep: host directories it must see
     std::vector<std::string> command;
 };
 
 void usage() {
     fprintf(stderr,
-            "usage: pos-sim run [--scenario FILE] [--out DIR] -- COMMAND [ARGS...]\n"
-            "       pos-sim shell [--scenario FILE] [--out DIR]\n");
+            "usage: pos-sim run [--scenario FILE] [--out DIR] [--rw DIR]... [--keep DIR]... -- "
+            "COMMAND [ARGS...]\n"
+            "       pos-sim shell [--scenario FILE] [--out DIR] [--rw DIR]... [--keep DIR]...\n");
 }
 
 // The shell finds pos-pkg (built beside pos-sim) to call the local servers by hand.
@@ -65,6 +68,10 @@ bool parseOptions(int argc, char **argv, Options *opts) {
             opts->scenarioPath = argv[++i];
         } else if (strcmp(argv[i], "--out") == 0 && i + 1 < argc) {
             opts->outDir = argv[++i];
+        } else if (strcmp(argv[i], "--rw") == 0 && i + 1 < argc) {
+            opts->writableDirs.push_back(argv[++i]);
+        } else if (strcmp(argv[i], "--keep") == 0 && i + 1 < argc) {
+            opts->keepDirs.push_back(argv[++i]);
         } else {
             return false;
         }
@@ -185,6 +192,8 @@ int main(int argc, char **argv) {
 
     possim::SandboxOptions sandbox;
     sandbox.outDir = opts.outDir;
+    sandbox.writableDirs = opts.writableDirs;
+    sandbox.keepDirs = opts.keepDirs;
     sandbox.readyTimeoutMs = 3 * kStartTimeoutMs;
     int status = possim::runInSandbox(
         sandbox,
