@@ -239,6 +239,13 @@ TEST(ManifestTest, RefusesIdsAndProgramsThatLeaveThePackage) {
     EXPECT_FALSE(check(R"({"id":"x","name":"X","exec":"/bin/sh"})"));
     EXPECT_FALSE(check(R"({"id":"x","name":"X","exec":"bin/../../sh"})"));
     EXPECT_FALSE(check("not json"));
+    // Refused before parsing: too deep (a "[" inside a string does not count), too large.
+    std::string nested = std::string(17, '[') + std::string(17, ']');
+    EXPECT_FALSE(check(nested));
+    EXPECT_NE(error.find("deeper"), std::string::npos);
+    EXPECT_TRUE(check(R"({"id":"demo","name":"[[[[[[[[[[[[[[[[[[[[","exec":"bin/demo"})"));
+    EXPECT_FALSE(check(R"({"id":"demo","name":"x","exec":"bin/demo","pad":")" +
+                       std::string(70000, ' ') + "\"}"));
     fs::remove_all(tmpl);
 }
 
