@@ -258,19 +258,24 @@ std::string describeStart(const std::string &name, const std::vector<std::string
 }  // namespace
 
 bool readManifest(const std::string &file, ScenarioApp &app, std::string &error) {
-    std::error_code ec;
-    uintmax_t size = fs::file_size(file, ec);
-    if (ec) {
+    std::ifstream in(file, std::ios::binary);
+    if (!in) {
         error = "no manifest.json";
         return false;
     }
+    // One byte beyond the limit is enough for the parser's check to refuse the file.
+    std::string text(kMaxManifestBytes + 1, '\0');
+    in.read(&text[0], std::streamsize(text.size()));
+    text.resize(size_t(in.gcount()));
+    return parseManifest(text, app, error);
+}
+
+bool parseManifest(const std::string &text, ScenarioApp &app, std::string &error) {
     // Both limits hold before parsing: a deep document would take the parser's stack.
-    if (size > kMaxManifestBytes) {
+    if (text.size() > kMaxManifestBytes) {
         error = "manifest.json is larger than " + std::to_string(kMaxManifestBytes) + " bytes";
         return false;
     }
-    std::ifstream in(file);
-    std::string text(std::istreambuf_iterator<char>(in), {});
     if (!nestingWithin(text, kMaxManifestDepth)) {
         error = "manifest.json nests deeper than " + std::to_string(kMaxManifestDepth) + " levels";
         return false;

@@ -83,6 +83,8 @@ class PackageServer {
 
 // Reads a package's manifest file into APP; false with ERROR when it is unusable.
 bool readManifest(const std::string &file, ScenarioApp &app, std::string &error);
+// The same from the manifest's text.
+bool parseManifest(const std::string &text, ScenarioApp &app, std::string &error);
 
 }  // namespace possim
 
