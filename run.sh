@@ -1,7 +1,11 @@
 #!/usr/bin/env bash
 # One entry point for every job on this project:
 #   ./run.sh demo            build everything and run the demonstration under pos-sim
-#   ./run.sh test [--asan]   build and run every test (optionally under ASan + UBSan)
+#   ./run.sh test [--asan | --clang]
+#                            build and run every test (optionally under ASan + UBSan, or
+#                            built with Clang instead of GCC)
+#   ./run.sh fuzz [SECONDS]  build the tree with Clang, libFuzzer and sanitizers, and run every
+#                            fuzz target under tests/fuzz/ for SECONDS each (default 60)
 #   ./run.sh bench           build and run the benchmarks
 # Each command installs the Debian packages it needs first.
 set -euo pipefail
@@ -10,6 +14,8 @@ ROOT=$(pwd)
 
 PACKAGES=(cmake ninja-build g++ pkg-config libsqlite3-dev libssl-dev libgtest-dev libgmock-dev
           libbenchmark-dev libpng-dev nlohmann-json3-dev util-linux)
+# Only the commands that build with Clang need these (libFuzzer comes with the runtime).
+CLANG_PACKAGES=(clang libclang-rt-dev)
 
 ensure_packages() {
     local missing=()
@@ -42,20 +48,70 @@ build() {  # build DIR [cmake options...]
     cmake --build "$dir" -j "$(nproc)"
 }
 
+# Runs every fuzz target of the fuzz build DIR for SECONDS each and prints what it did;
+# fails when any target found a crash (the input is kept in DIR/fuzz-crashes/).
+run_fuzz_targets() {
+    local dir=$1 seconds=$2 failed=0
+    local work="$dir/fuzz-corpus" crashes="$dir/fuzz-crashes" logs="$dir/fuzz-logs"
+    mkdir -p "$work" "$crashes" "$logs"
+    printf '%-24s %8s %12s %10s %10s %8s\n' target seconds executions coverage features crashes
+    while IFS= read -r bin; do
+        local name seeds options log rc execs cov ft found
+        name=$(basename "$bin")
+        seeds="$ROOT/tests/fuzz/${name#fuzz_}/corpus"
+        options=$(cat "$bin.options" 2>/dev/null || true)
+        log="$logs/$name.log"
+        mkdir -p "$work/$name"
+        rc=0
+        # shellcheck disable=SC2086  # the options file holds several words
+        "$bin" -max_total_time="$seconds" -timeout=25 -print_final_stats=1 \
+            -artifact_prefix="$crashes/$name-" $options "$work/$name" "$seeds" >"$log" 2>&1 || rc=$?
+        execs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
+        cov=$(grep -o 'cov: [0-9]*' "$log" | tail -1 | cut -d' ' -f2)
+        ft=$(grep -o 'ft: [0-9]*' "$log" | tail -1 | cut -d' ' -f2)
+        found=0
+        if [ "$rc" -ne 0 ]; then
+            found=1
+            failed=1
+        fi
+        printf '%-24s %8s %12s %10s %10s %8s\n' "$name" "$seconds" "${execs:-?}" "${cov:-?}" \
+            "${ft:-?}" "$found"
+        [ "$rc" -eq 0 ] || { echo "  $name failed (status $rc), see $log:"; grep -m3 -E 'ERROR|check failed|Test unit written' "$log" | sed 's/^/    /'; }
+    done < <(find "$dir/tests/fuzz" -type f -name 'fuzz_*' -perm -u+x | sort)
+    return $failed
+}
+
 cmd=${1:-}
 shift || true
 case "$cmd" in
 test)
-    ensure_packages
     if [ "${1:-}" = "--asan" ]; then
+        ensure_packages
         build "$ROOT/build-asan" -DCMAKE_BUILD_TYPE=Debug -DPOS_SANITIZE=ON
         export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
         export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
         ctest --test-dir "$ROOT/build-asan" --output-on-failure -j "$(nproc)"
+    elif [ "${1:-}" = "--clang" ]; then
+        PACKAGES+=("${CLANG_PACKAGES[@]}")
+        ensure_packages
+        build "$ROOT/build-clang" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+            -DCMAKE_CXX_COMPILER=clang++ -DPOS_BUILD_BENCH=OFF
+        ctest --test-dir "$ROOT/build-clang" --output-on-failure -j "$(nproc)"
     else
+        ensure_packages
         build "$ROOT/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo
         ctest --test-dir "$ROOT/build" --output-on-failure -j "$(nproc)"
     fi
+    ;;
+fuzz)
+    seconds=${1:-60}
+    case "$seconds" in '' | *[!0-9]*) echo "usage: ./run.sh fuzz [SECONDS]" >&2; exit 2 ;; esac
+    PACKAGES+=("${CLANG_PACKAGES[@]}")
+    ensure_packages
+    # The whole tree, with every library under test instrumented for coverage.
+    build "$ROOT/build-fuzz" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+        -DCMAKE_CXX_COMPILER=clang++ -DPOS_FUZZ=ON -DPOS_BUILD_BENCH=OFF
+    run_fuzz_targets "$ROOT/build-fuzz" "$seconds"
     ;;
 demo)
     ensure_packages
@@ -82,7 +138,7 @@ bench)
     done
     ;;
 *)
-    echo "usage: ./run.sh demo | test [--asan] | bench" >&2
+    echo "usage: ./run.sh demo | test [--asan | --clang] | fuzz [SECONDS] | bench" >&2
     exit 2
     ;;
 esac

@@ -1,6 +1,7 @@
 // pos-sim: the simulated terminal.
-//   pos-sim run [--scenario FILE] [--out DIR] [--name NAME] -- COMMAND [ARGS...]
-//   pos-sim shell [--scenario FILE] [--out DIR] [--name NAME]
+//   pos-sim run [--scenario FILE] [--out DIR] [--name NAME] [--rw DIR]... [--keep DIR]...
+//               -- COMMAND [ARGS...]
+//   pos-sim shell [--scenario FILE] [--out DIR] [--name NAME] [--rw DIR]... [--keep DIR]...
 //   pos-sim ctl [--name NAME | --out DIR] SERVICE COMMAND | list
 // Builds a sandbox in which every fixed path of the terminal exists privately, starts the
 // terminal's processes in it, runs the command against them and tears everything down,
@@ -42,13 +43,17 @@ struct Options {
     std::string outDir;
     std::string name;  // --name: how `pos-sim ctl` reaches the run from the host
     bool shell = false;
+    std::vector<std::string> writableDirs;  // --rw: host directories the command may change
+    std::vector<std::string> keepDirs;      // --keep: host directories it must see
     std::vector<std::string> command;
 };
 
 void usage(FILE *to) {
     fprintf(to,
-            "usage: pos-sim run [--scenario FILE] [--out DIR] [--name NAME] -- COMMAND [ARGS...]\n"
-            "       pos-sim shell [--scenario FILE] [--out DIR] [--name NAME]\n"
+            "usage: pos-sim run [--scenario FILE] [--out DIR] [--name NAME] [--rw DIR]... "
+            "[--keep DIR]... -- COMMAND [ARGS...]\n"
+            "       pos-sim shell [--scenario FILE] [--out DIR] [--name NAME] [--rw DIR]... "
+            "[--keep DIR]...\n"
             "       pos-sim ctl [--name NAME | --out DIR] SERVICE COMMAND | list\n"
             "       pos-sim ctl --help\n");
 }
@@ -76,6 +81,10 @@ bool parseOptions(int argc, char **argv, Options *opts) {
             opts->outDir = argv[++i];
         } else if (strcmp(argv[i], "--name") == 0 && i + 1 < argc) {
             opts->name = argv[++i];
+        } else if (strcmp(argv[i], "--rw") == 0 && i + 1 < argc) {
+            opts->writableDirs.push_back(argv[++i]);
+        } else if (strcmp(argv[i], "--keep") == 0 && i + 1 < argc) {
+            opts->keepDirs.push_back(argv[++i]);
         } else {
             return false;
         }
@@ -208,6 +217,8 @@ int main(int argc, char **argv) {
 
     possim::SandboxOptions sandbox;
     sandbox.outDir = opts.outDir;
+    sandbox.writableDirs = opts.writableDirs;
+    sandbox.keepDirs = opts.keepDirs;
     sandbox.readyTimeoutMs = 3 * kStartTimeoutMs;
     int status = possim::runInSandbox(
         sandbox,

@@ -91,9 +91,15 @@ int rawRead(const char *sql, int len, void *buf) {
 }
 
 // Raw: the search loop, reading each record in ID order until the caller's match function
-// accepts one. noipa keeps the match an indirect call, as it is for the library.
-__attribute__((noipa)) int rawSearch(const char *table, const void *key, int keyLen,
-                                     DB_MATCH_FUNC match, int len, void *buf) {
+// accepts one. noipa (noinline for Clang, which has no such attribute and propagates nothing
+// into an exported function) keeps the match an indirect call, as it is for the library.
+#if defined(__clang__)
+#define POS_NOIPA __attribute__((noinline))
+#else
+#define POS_NOIPA __attribute__((noipa))
+#endif
+POS_NOIPA int rawSearch(const char *table, const void *key, int keyLen, DB_MATCH_FUNC match,
+                        int len, void *buf) {
     char sql[128];
     snprintf(sql, sizeof sql, "SELECT DATA FROM %s ORDER BY ID", table);
     sqlite3_stmt *stmt = nullptr;

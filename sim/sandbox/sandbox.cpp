@@ -14,12 +14,15 @@
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -33,6 +36,13 @@ const char *const kNewRoot = "/tmp";
 
 struct Failure {
     std::string what;
+};
+
+// A host path bound into the sandbox at the same place.
+struct HostBind {
+    std::string path;  // absolute, links resolved
+    bool writable;
+    bool isDir;
 };
 
 [[noreturn]] void fail(const std::string &what) {
@@ -72,14 +82,47 @@ void bindMount(const std::string &source, const std::string &target, bool isDir)
     }
 }
 
-// The host's top level, less what the terminal has its own of.
+void writeIdMaps(uid_t uid, gid_t gid) {
+    writeText("/proc/self/setgroups", "deny");
+    writeText("/proc/self/uid_map", "0 " + std::to_string(uid) + " 1\n");
+    writeText("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1\n");
+}
+
+// Makes the mount at TARGET and every mount below it read-only, without set-user-id programs
+// or device nodes. Only adds restrictions, so it works in a user namespace too.
+void makeReadOnly(const std::string &target) {
+    mount_attr attr{};
+    attr.attr_set = MOUNT_ATTR_RDONLY | MOUNT_ATTR_NOSUID | MOUNT_ATTR_NODEV;
+    if (mount_setattr(AT_FDCWD, target.c_str(), AT_RECURSIVE, &attr, sizeof attr) == 0) return;
+    if (errno != ENOSYS) fail("read-only " + target);
+    // Kernels before 5.12: remount each mount of the tree, keeping the flags it has.
+    std::ifstream mounts("/proc/self/mountinfo");
+    std::string line;
+    while (std::getline(mounts, line)) {
+        std::istringstream fields(line);
+        std::string id, parent, device, source, point;
+        if (!(fields >> id >> parent >> device >> source >> point)) continue;
+        if (point != target && point.compare(0, target.size() + 1, target + "/") != 0) continue;
+        struct statvfs vfs;
+        if (statvfs(point.c_str(), &vfs) != 0) continue;
+        unsigned long keep = vfs.f_flag & (ST_NOEXEC | ST_NOATIME | ST_NODIRATIME | ST_RELATIME);
+        if (mount(nullptr, point.c_str(), nullptr,
+                  MS_REMOUNT | MS_BIND | MS_RDONLY | MS_NOSUID | MS_NODEV | keep, nullptr) != 0) {
+            fail("read-only " + point);
+        }
+    }
+}
+
+// The host's top level, read-only, less what the terminal has its own of. /run is replaced as
+// well: the host's daemons listen there, and a process that is root on the host could ask
+// them to act for it.
 void bindHostTopLevel(const std::string &root) {
     DIR *dir = opendir("/");
     if (dir == nullptr) fail("opendir /");
     while (dirent *e = readdir(dir)) {
         std::string name = e->d_name;
         if (name == "." || name == ".." || name == "proc" || name == "dev" || name == "sys" ||
-            name == "tmp" || name == "customer") {
+            name == "tmp" || name == "customer" || name == "run") {
             continue;
         }
         std::string host = "/" + name;
@@ -93,9 +136,22 @@ void bindHostTopLevel(const std::string &root) {
             if (symlink(target, (root + host).c_str()) != 0) fail("symlink " + host);
         } else if (S_ISDIR(st.st_mode)) {
             bindMount(host, root + host, true);
+            makeReadOnly(root + host);
         }
     }
     closedir(dir);
+}
+
+// A private /run holding only the host's name-resolution state (/etc/resolv.conf may point
+// there), read-only.
+void buildRun(const std::string &root) {
+    mountFs("tmpfs", root + "/run", MS_NOSUID | MS_NODEV, "mode=0755");
+    const std::string resolve = "/run/systemd/resolve";
+    struct stat st;
+    if (stat(resolve.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+        bindMount(resolve, root + resolve, true);
+        makeReadOnly(root + resolve);
+    }
 }
 
 // A pty whose terminal side stands at PATH; the master is kept open for the lifetime of
@@ -155,6 +211,15 @@ void buildProc(const std::string &root) {
         // A host /proc with masked entries forbids a fresh one without privilege.
         bindMount("/proc", root + "/proc", true);
     }
+    // Kernel settings are the host's: root inside must not change them.
+    for (const char *entry : {"/proc/sys", "/proc/sysrq-trigger"}) {
+        std::string path = root + entry;
+        struct stat st;
+        if (stat(path.c_str(), &st) != 0) continue;
+        if (mount(path.c_str(), path.c_str(), nullptr, MS_BIND | MS_REC, nullptr) != 0)
+            fail("bind " + path);
+        makeReadOnly(path);
+    }
 }
 
 void enterRoot(const std::string &root) {
@@ -167,31 +232,45 @@ void enterRoot(const std::string &root) {
 }
 
 // Builds the whole tree and enters it.
-void buildSandbox(const std::vector<std::string> &keepDirs) {
+void buildSandbox(const std::vector<HostBind> &binds) {
     if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) fail("make / private");
     // Held open before /tmp is covered, since these may live under the host's /tmp.
     // (A descriptor from before unshare would name the host's namespace: binds refuse it.)
-    std::vector<int> keepFds;
-    for (const std::string &dir : keepDirs) {
-        int fd = open(dir.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-        if (fd < 0) fail("open " + dir);
-        keepFds.push_back(fd);
+    std::vector<int> sources;
+    for (const HostBind &bind : binds) {
+        int fd = open(bind.path.c_str(), O_PATH | O_CLOEXEC);
+        if (fd < 0) fail("open " + bind.path);
+        sources.push_back(fd);
     }
     const std::string root = kNewRoot;
     mountFs("tmpfs", root, MS_NOSUID, "mode=0755");
     bindHostTopLevel(root);
+    buildRun(root);
     buildProc(root);
     buildDev(root);
     buildSys(root);
     mountFs("tmpfs", root + "/tmp", MS_NOSUID | MS_NODEV, "mode=1777");
-    mountFs("tmpfs", root + "/customer/kivo", MS_NOSUID | MS_NODEV, "mode=0755");
+    // The terminal's flash is small; a package unpacking without end must not fill the RAM.
+    mountFs("tmpfs", root + "/customer/kivo", MS_NOSUID | MS_NODEV, "mode=0755,size=256m");
     makeDirs(root + "/customer/kivo/fonts");
     makeDirs(root + "/customer/kivo/mcudir");
-    for (size_t i = 0; i < keepDirs.size(); ++i) {
-        bindMount("/proc/self/fd/" + std::to_string(keepFds[i]), root + keepDirs[i], true);
-        close(keepFds[i]);
+    for (size_t i = 0; i < binds.size(); ++i) {
+        std::string target = root + binds[i].path;
+        bindMount("/proc/self/fd/" + std::to_string(sources[i]), target, binds[i].isDir);
+        if (!binds[i].writable) makeReadOnly(target);
+        close(sources[i]);
     }
     enterRoot(root);
+}
+
+// From here on the command and the terminal's processes live in a user namespace of their
+// own, in which every mount made above is locked as it is: a read-only host directory
+// cannot be made writable again, nor a mount removed to show what it covers.
+void lockMounts() {
+    uid_t uid = getuid();
+    gid_t gid = getgid();
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) fail("unshare");
+    writeIdMaps(uid, gid);
 }
 
 // The sandbox's own place ("/tmp", "/dev", ...) at or below the absolute path DIR, or null.
@@ -208,44 +287,131 @@ const char *coveredPrivatePlace(const std::string &dir) {
     return nullptr;
 }
 
+// The privately covered tree ("/tmp" or "/customer") that holds PATH, or null.
+const char *coveredTree(const std::string &path) {
+    for (const char *covered : {"/tmp", "/customer"}) {
+        size_t len = strlen(covered);
+        if (path.compare(0, len, covered) == 0 && path.size() > len && path[len] == '/')
+            return covered;
+    }
+    return nullptr;
+}
+
 // The directory under one of the privately covered trees that holds PATH ("/tmp/ci/build/x"
 // gives "/tmp/ci"), or empty when PATH is not covered.
 std::string coveredTopDir(const std::string &path) {
-    for (const char *covered : {"/tmp/", "/customer/"}) {
-        size_t len = strlen(covered);
-        if (path.compare(0, len, covered) != 0) continue;
-        size_t end = path.find('/', len);
-        return path.substr(0, end);
+    const char *tree = coveredTree(path);
+    if (tree == nullptr) return "";
+    return path.substr(0, path.find('/', strlen(tree) + 1));
+}
+
+// What runInSandbox works out on the host before entering: the host paths to bind, and the
+// files the command's start needs (its program, a script's interpreter), so that the sandbox
+// can say which one it hides when the command cannot start.
+struct RunPlan {
+    std::vector<HostBind> binds;
+    std::vector<std::string> startFiles;
+};
+
+std::string realPath(const std::string &path) {
+    char real[PATH_MAX];
+    return realpath(path.c_str(), real) != nullptr ? real : "";
+}
+
+// PROGRAM as execvp finds it on the host, links resolved; empty when it finds none.
+std::string resolveProgram(const std::string &program) {
+    if (program.find('/') != std::string::npos) return realPath(program);
+    const char *path = getenv("PATH");
+    std::istringstream dirs(path != nullptr ? path : "/usr/local/bin:/usr/bin:/bin");
+    std::string dir;
+    while (std::getline(dirs, dir, ':')) {
+        std::string candidate = (dir.empty() ? "." : dir) + "/" + program;
+        if (access(candidate.c_str(), X_OK) == 0) return realPath(candidate);
     }
     return "";
 }
 
-// What the run needs of the host's covered trees: its output, its working directory, the
-// programs it starts (pos-sim's own directory and the command's).
-std::vector<std::string> dirsToKeep(const SandboxOptions &options, const std::string &cwd,
-                                    const std::string &program) {
-    std::vector<std::string> keep = options.keepDirs;
-    if (!options.outDir.empty()) keep.push_back(options.outDir);
-    char real[PATH_MAX];
-    std::vector<std::string> used = {cwd};
-    ssize_t n = readlink("/proc/self/exe", real, sizeof real - 1);
-    if (n > 0) used.push_back(std::string(real, n));
-    if (program.find('/') != std::string::npos && realpath(program.c_str(), real) != nullptr)
-        used.push_back(real);
-    for (const std::string &path : used) {
-        std::string top = coveredTopDir(path);
-        if (!top.empty() && coveredPrivatePlace(top) == nullptr) keep.push_back(top);
-    }
-    // Outer directories first, so an inner one is not hidden by its parent's mount.
-    std::sort(keep.begin(), keep.end());
-    keep.erase(std::unique(keep.begin(), keep.end()), keep.end());
-    return keep;
+// The interpreter a script names on its "#!" line, or empty.
+std::string interpreterOf(const std::string &file) {
+    std::ifstream in(file);
+    char magic[2] = {0, 0};
+    if (!in.read(magic, 2) || magic[0] != '#' || magic[1] != '!') return "";
+    std::string line;
+    std::getline(in, line);
+    std::istringstream words(line);
+    std::string interpreter;
+    words >> interpreter;
+    return interpreter;
 }
 
-void writeIdMaps(uid_t uid, gid_t gid) {
-    writeText("/proc/self/setgroups", "deny");
-    writeText("/proc/self/uid_map", "0 " + std::to_string(uid) + " 1\n");
-    writeText("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1\n");
+// Adds PATH (absolute, resolved) to the binds: writable ones everywhere, read-only ones only
+// where a private mount covers the host's (elsewhere the host's tree shows it already).
+void addBind(RunPlan &plan, const std::string &path, bool writable) {
+    if (!writable && coveredTree(path) == nullptr) return;
+    for (HostBind &b : plan.binds) {
+        if (b.path != path) continue;
+        b.writable = b.writable || writable;
+        return;
+    }
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0) return;
+    plan.binds.push_back(HostBind{path, writable, S_ISDIR(st.st_mode)});
+}
+
+// The user's directories (output, --rw, --keep) as they are, and what the run itself needs of
+// the covered trees (their top directories): its working directory, pos-sim's own directory,
+// the command's and the libraries' it is told of.
+bool planRun(const SandboxOptions &options, const std::string &cwd,
+             const std::vector<std::string> &command, RunPlan &plan, std::string &error) {
+    std::vector<std::pair<std::string, bool>> named;  // path, writable
+    if (!options.outDir.empty()) named.emplace_back(options.outDir, true);
+    for (const auto &dir : options.writableDirs) named.emplace_back(dir, true);
+    for (const auto &dir : options.keepDirs) named.emplace_back(dir, false);
+    for (const auto &entry : named) {
+        std::string real = realPath(entry.first);
+        if (real.empty()) {
+            error = entry.first + ": " + strerror(errno);
+            return false;
+        }
+        if (!outputDirUsable(real, error)) return false;
+        addBind(plan, real, entry.second);
+    }
+
+    std::string program = resolveProgram(command[0]);
+    if (!program.empty()) {
+        plan.startFiles.push_back(program);
+        std::string interpreter = interpreterOf(program);
+        if (!interpreter.empty()) plan.startFiles.push_back(interpreter);
+    }
+    std::vector<std::string> used = {cwd, realPath("/proc/self/exe"), program};
+    if (const char *libs = getenv("LD_LIBRARY_PATH")) {
+        std::istringstream dirs(libs);
+        std::string dir;
+        while (std::getline(dirs, dir, ':')) used.push_back(realPath(dir));
+    }
+    for (const std::string &path : used) {
+        std::string top = coveredTopDir(path);
+        if (!top.empty() && coveredPrivatePlace(top) == nullptr) addBind(plan, top, false);
+    }
+    // Outer paths first, so an inner one is not hidden by its parent's mount.
+    std::sort(plan.binds.begin(), plan.binds.end(),
+              [](const HostBind &a, const HostBind &b) { return a.path < b.path; });
+    return true;
+}
+
+// When the command cannot start because the sandbox hides a file it needs, says which and
+// how to keep it. False when that is not the reason.
+bool explainHiddenFile(const std::vector<std::string> &startFiles) {
+    for (const std::string &file : startFiles) {
+        const char *tree = coveredTree(file);
+        if (tree == nullptr || access(file.c_str(), F_OK) == 0) continue;
+        fprintf(stderr,
+                "pos-sim: %s: not visible inside the sandbox (it is under %s, which the terminal "
+                "has its own of); use --keep %s\n",
+                file.c_str(), tree, coveredTopDir(file).c_str());
+        return true;
+    }
+    return false;
 }
 
 int statusOf(int wait) {
@@ -295,14 +461,17 @@ bool waitReady(int fd, int timeoutMs) {
     return poll(&p, 1, timeoutMs) == 1 && read(fd, &byte, 1) == 1;
 }
 
-pid_t startCommand(const std::vector<std::string> &command) {
+pid_t startCommand(const std::vector<std::string> &command,
+                   const std::vector<std::string> &startFiles) {
     std::vector<char *> argv;
     for (const auto &a : command) argv.push_back(const_cast<char *>(a.c_str()));
     argv.push_back(nullptr);
     pid_t pid = fork();
     if (pid == 0) {
         execvp(argv[0], argv.data());
-        fprintf(stderr, "pos-sim: cannot run %s: %s\n", argv[0], strerror(errno));
+        int error = errno;
+        if (!explainHiddenFile(startFiles))
+            fprintf(stderr, "pos-sim: cannot run %s: %s\n", argv[0], strerror(error));
         _exit(127);
     }
     return pid;
@@ -323,10 +492,12 @@ void tearDown(pid_t services) {
 }
 
 // PID 1 of the sandbox: builds it, runs services and command, reaps orphans.
-[[noreturn]] void sandboxInit(const SandboxOptions &options, const ServicesMain &services,
-                              const std::vector<std::string> &command, const std::string &cwd) {
+[[noreturn]] void sandboxInit(const SandboxOptions &options, const RunPlan &plan,
+                              const ServicesMain &services, const std::vector<std::string> &command,
+                              const std::string &cwd) {
     try {
-        buildSandbox(options.keepDirs);
+        buildSandbox(plan.binds);
+        lockMounts();
     } catch (const Failure &f) {
         fprintf(stderr, "pos-sim: sandbox: %s\n", f.what.c_str());
         _exit(125);
@@ -344,7 +515,7 @@ void tearDown(pid_t services) {
     }
     close(ready[0]);
 
-    pid_t commandPid = startCommand(command);
+    pid_t commandPid = startCommand(command, plan.startFiles);
     if (commandPid < 0) {
         // Waiting for it below would wait for the services, which never end by themselves.
         fprintf(stderr, "pos-sim: cannot start the command: %s\n", strerror(errno));
@@ -384,7 +555,8 @@ int waitForChild(pid_t pid) {
 // Enters the namespaces in a process of its own, so that the caller stays in the host's
 // (where it can still start processes and threads once the sandbox is gone), and waits
 // for the sandbox's init. Setup failures are reported on stderr with status 125.
-[[noreturn]] void sandboxKeeper(const SandboxOptions &options, const ServicesMain &services,
+[[noreturn]] void sandboxKeeper(const SandboxOptions &options, const RunPlan &plan,
+                                const ServicesMain &services,
                                 const std::vector<std::string> &command, const std::string &cwd,
                                 pid_t caller) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -404,7 +576,7 @@ int waitForChild(pid_t pid) {
     if (init == 0) {
         // If the keeper dies, the whole sandbox goes with it.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        sandboxInit(options, services, command, cwd);
+        sandboxInit(options, plan, services, command, cwd);
     }
     _exit(waitForChild(init));
 }
@@ -414,7 +586,7 @@ int waitForChild(pid_t pid) {
 bool outputDirUsable(const std::string &dir, std::string &error) {
     const char *place = coveredPrivatePlace(dir);
     if (place == nullptr) return true;
-    error = dir + ": cannot be the output directory, it would cover the sandbox's " + place;
+    error = dir + ": cannot be bound into the sandbox, it would cover the sandbox's " + place;
     return false;
 }
 
@@ -443,7 +615,8 @@ int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
     }
     char cwd[PATH_MAX];
     if (getcwd(cwd, sizeof cwd) == nullptr) strcpy(cwd, "/");
-    opts.keepDirs = dirsToKeep(opts, cwd, command[0]);
+    RunPlan plan;
+    if (!planRun(opts, cwd, command, plan, error)) return -1;
 
     pid_t caller = getpid();
     pid_t keeper = fork();
@@ -451,7 +624,7 @@ int runInSandbox(const SandboxOptions &options, const ServicesMain &services,
         error = std::string("fork: ") + strerror(errno);
         return -1;
     }
-    if (keeper == 0) sandboxKeeper(opts, services, command, cwd, caller);
+    if (keeper == 0) sandboxKeeper(opts, plan, services, command, cwd, caller);
     return waitForChild(keeper);
 }
 

@@ -1,11 +1,19 @@
 #include "servers/command_interpreter.h"
 
+#include <dirent.h>
+#include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
+#include <linux/openat2.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -52,6 +60,224 @@ bool parseMode(const std::string &text, fs::perms &mode) {
     }
     mode = fs::perms(value);
     return true;
+}
+
+// A descriptor that closes itself.
+class Fd {
+  public:
+    explicit Fd(int fd = -1) : fd_(fd) {}
+    ~Fd() {
+        if (fd_ >= 0) close(fd_);
+    }
+    Fd(Fd &&other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
+    Fd &operator=(Fd &&other) noexcept {
+        std::swap(fd_, other.fd_);
+        return *this;
+    }
+    Fd(const Fd &) = delete;
+    Fd &operator=(const Fd &) = delete;
+    int get() const { return fd_; }
+    bool ok() const { return fd_ >= 0; }
+    int release() { return std::exchange(fd_, -1); }
+
+  private:
+    int fd_;
+};
+
+// Links are followed only while they stay below the starting directory, never through
+// /proc's magic links and never onto another mount (a host directory bound in).
+constexpr uint64_t kStayBeneath = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS | RESOLVE_NO_XDEV;
+
+// REL below the directory DIR ("" is DIR itself). NOLINKS refuses any link on the way.
+Fd openBeneath(int dir, const std::string &rel, int flags, mode_t mode = 0, bool noLinks = false) {
+    open_how how{};
+    how.flags = uint64_t(flags | O_CLOEXEC);
+    how.mode = (flags & O_CREAT) != 0 ? mode : 0;
+    how.resolve = kStayBeneath | (noLinks ? RESOLVE_NO_SYMLINKS : 0);
+    return Fd(int(syscall(SYS_openat2, dir, rel.empty() ? "." : rel.c_str(), &how, sizeof how)));
+}
+
+// Why the last file operation on PATH failed, as a result line.
+CommandResult failedOn(const std::string &path) {
+    if (errno == EXDEV || errno == ELOOP) return fail("not allowed: " + path);
+    if (errno == ENOENT) return fail("no such file: " + path);
+    return fail(path + ": " + strerror(errno));
+}
+
+// Whether NAME in DIR is a directory itself (not a link to one).
+bool isDirectoryAt(int dir, const std::string &name) {
+    struct stat st;
+    return fstatat(dir, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(st.st_mode);
+}
+
+// The names in the directory DIR but "." and "..".
+bool listDirectory(int dir, std::vector<std::string> &names) {
+    Fd list = openBeneath(dir, "", O_RDONLY | O_DIRECTORY);
+    if (!list.ok()) return false;
+    int raw = list.release();
+    DIR *entries = fdopendir(raw);
+    if (entries == nullptr) {
+        close(raw);
+        return false;
+    }
+    while (dirent *e = readdir(entries)) {
+        std::string entry = e->d_name;
+        if (entry != "." && entry != "..") names.push_back(entry);
+    }
+    closedir(entries);
+    return true;
+}
+
+bool copyBytes(int from, int to) {
+    char buf[65536];
+    for (;;) {
+        ssize_t n = read(from, buf, sizeof buf);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return n == 0;
+        for (ssize_t done = 0; done < n;) {
+            ssize_t w = write(to, buf + done, size_t(n - done));
+            if (w < 0 && errno == EINTR) continue;
+            if (w <= 0) return false;
+            done += w;
+        }
+    }
+}
+
+// Copies the file SRC (an open descriptor) to NAME in DIR, replacing what is there; a link
+// in its place is not followed.
+bool copyFileTo(int src, int dir, const std::string &name) {
+    struct stat st;
+    if (fstat(src, &st) != 0) return false;
+    Fd dst = openBeneath(dir, name, O_WRONLY | O_CREAT | O_TRUNC, st.st_mode & 07777, true);
+    return dst.ok() && copyBytes(src, dst.get()) && fchmod(dst.get(), st.st_mode & 07777) == 0;
+}
+
+// Copies the tree SRC (a directory descriptor) to NAME in DIR, merging into a directory
+// already there; links inside are copied as links, never followed on either side.
+bool copyTreeTo(int src, int dir, const std::string &name) {
+    struct stat st;
+    if (fstat(src, &st) != 0) return false;
+    if (mkdirat(dir, name.c_str(), st.st_mode & 07777) != 0 && errno != EEXIST) return false;
+    Fd to = openBeneath(dir, name, O_RDONLY | O_DIRECTORY, 0, true);
+    std::vector<std::string> names;
+    if (!to.ok() || !listDirectory(src, names)) return false;
+    for (const std::string &entry : names) {
+        struct stat est;
+        if (fstatat(src, entry.c_str(), &est, AT_SYMLINK_NOFOLLOW) != 0) continue;
+        bool ok = true;
+        if (S_ISLNK(est.st_mode)) {
+            char target[PATH_MAX];
+            ssize_t n = readlinkat(src, entry.c_str(), target, sizeof target - 1);
+            if (n < 0) continue;
+            target[n] = '\0';
+            unlinkat(to.get(), entry.c_str(), 0);
+            ok = symlinkat(target, to.get(), entry.c_str()) == 0;
+        } else if (S_ISDIR(est.st_mode)) {
+            Fd sub = openBeneath(src, entry, O_RDONLY | O_DIRECTORY, 0, true);
+            ok = sub.ok() && copyTreeTo(sub.get(), to.get(), entry);
+        } else if (S_ISREG(est.st_mode)) {
+            Fd file = openBeneath(src, entry, O_RDONLY, 0, true);
+            ok = file.ok() && copyFileTo(file.get(), to.get(), entry);
+        }
+        if (!ok) return false;
+    }
+    return true;
+}
+
+// Removes NAME in DIR: a file or link itself, or a whole directory tree, never following a
+// link and never entering another mount.
+bool removeAt(int dir, const std::string &name) {
+    if (!isDirectoryAt(dir, name)) return unlinkat(dir, name.c_str(), 0) == 0;
+    Fd sub = openBeneath(dir, name, O_RDONLY | O_DIRECTORY, 0, true);
+    std::vector<std::string> names;
+    if (!sub.ok() || !listDirectory(sub.get(), names)) return false;
+    for (const std::string &entry : names) {
+        if (!removeAt(sub.get(), entry)) return false;
+    }
+    return unlinkat(dir, name.c_str(), AT_REMOVEDIR) == 0;
+}
+
+// Changes the mode of what FILE (any descriptor, O_PATH too) names.
+bool changeModeOf(int file, fs::perms mode) {
+    // An O_PATH descriptor takes no fchmod; its /proc link names exactly the file opened.
+    std::string self = "/proc/self/fd/" + std::to_string(file);
+    return chmod(self.c_str(), mode_t(mode)) == 0;
+}
+
+bool changeModeOfTree(int dir, fs::perms mode) {
+    std::vector<std::string> names;
+    if (!listDirectory(dir, names)) return false;
+    for (const std::string &entry : names) {
+        struct stat st;
+        // A link could point out of the sandbox; only real entries change.
+        if (fstatat(dir, entry.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0 || S_ISLNK(st.st_mode))
+            continue;
+        Fd sub = openBeneath(dir, entry, O_PATH, 0, true);
+        if (!sub.ok() || !changeModeOf(sub.get(), mode) ||
+            (S_ISDIR(st.st_mode) && !changeModeOfTree(sub.get(), mode))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// PATH (absolute) split into the root that holds it (the innermost one) and the rest below it
+// ("" for the root itself). False when no root holds it.
+bool locate(const std::vector<std::string> &roots, const std::string &path, std::string &root,
+            std::string &below) {
+    if (path.empty() || path[0] != '/') return false;
+    std::string lexical = fs::path(path).lexically_normal().string();
+    while (lexical.size() > 1 && lexical.back() == '/') lexical.pop_back();
+    root.clear();
+    for (const auto &r : roots) {
+        if (withinRoot(lexical, r) && r.size() > root.size()) root = r;
+    }
+    if (root.empty()) return false;
+    below = lexical.size() == root.size() ? "" : lexical.substr(root.size() + 1);
+    return true;
+}
+
+// PATH opened with FLAGS, resolved from its root's descriptor.
+Fd openPath(const std::vector<std::string> &roots, const std::string &path, int flags,
+            mode_t mode = 0) {
+    std::string root, below;
+    if (!locate(roots, path, root, below)) {
+        errno = EXDEV;
+        return Fd();
+    }
+    if (below.empty()) return Fd(open(root.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, mode));
+    Fd base(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!base.ok()) return Fd();
+    return openBeneath(base.get(), below, flags, mode);
+}
+
+// The directory that holds PATH, opened from its root, and PATH's own name in it. A root
+// itself has none: it is never removed, replaced or moved.
+bool openParent(const std::vector<std::string> &roots, const std::string &path, Fd &dir,
+                std::string &name) {
+    std::string root, below;
+    if (!locate(roots, path, root, below) || below.empty()) {
+        errno = EXDEV;
+        return false;
+    }
+    size_t slash = below.rfind('/');
+    name = slash == std::string::npos ? below : below.substr(slash + 1);
+    std::string parent = slash == std::string::npos ? "" : below.substr(0, slash);
+    Fd base(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!base.ok()) return false;
+    dir = openBeneath(base.get(), parent, O_PATH | O_DIRECTORY);
+    return dir.ok();
+}
+
+// Where a copy or move of SRC to DST lands: inside DST when it is a directory, else at DST.
+bool openDestination(const std::vector<std::string> &roots, const std::string &src,
+                     const std::string &dst, Fd &dir, std::string &name) {
+    Fd asDirectory = openPath(roots, dst, O_PATH | O_DIRECTORY);
+    if (!asDirectory.ok()) return openParent(roots, dst, dir, name);
+    dir = std::move(asDirectory);
+    name = fs::path(src).lexically_normal().filename().string();
+    if (name.empty()) name = fs::path(src).lexically_normal().parent_path().filename().string();
+    return !name.empty();
 }
 
 }  // namespace
@@ -164,15 +390,18 @@ CommandResult CommandInterpreter::copy(const std::vector<std::string> &args) con
     for (const auto &p : paths) {
         if (!allowed(p)) return fail("not allowed: " + p);
     }
-    std::error_code ec;
-    fs::path dst = paths[1];
-    if (fs::is_directory(dst, ec)) dst /= fs::path(paths[0]).filename();
-    if (!allowed(dst.string(), recursive)) return fail("not allowed: " + dst.string());
-    auto options = fs::copy_options::overwrite_existing | fs::copy_options::copy_symlinks;
-    if (recursive) options |= fs::copy_options::recursive;
-    if (fs::is_directory(paths[0], ec) && !recursive) return fail("omitting directory " + paths[0]);
-    fs::copy(paths[0], dst, options, ec);
-    return ec ? fail(ec.message()) : ok();
+    Fd src = openPath(roots_, paths[0], O_RDONLY);
+    struct stat st;
+    if (!src.ok() || fstat(src.get(), &st) != 0) return failedOn(paths[0]);
+    if (S_ISDIR(st.st_mode) && !recursive) return fail("omitting directory " + paths[0]);
+    Fd dir;
+    std::string name;
+    if (!openDestination(roots_, paths[0], paths[1], dir, name)) return failedOn(paths[1]);
+    std::string dst = paths[1] + "/" + name;
+    if (!allowed(dst, recursive)) return fail("not allowed: " + dst);
+    bool copied = S_ISDIR(st.st_mode) ? copyTreeTo(src.get(), dir.get(), name)
+                                      : copyFileTo(src.get(), dir.get(), name);
+    return copied ? ok() : failedOn(paths[1]);
 }
 
 CommandResult CommandInterpreter::remove(const std::vector<std::string> &args) const {
@@ -191,10 +420,16 @@ CommandResult CommandInterpreter::remove(const std::vector<std::string> &args) c
         if (!allowed(args[i], true)) return fail("not allowed: " + args[i]);
     }
     for (size_t i = first; i < args.size(); ++i) {
-        std::error_code ec;
-        auto n = fs::remove_all(args[i], ec);
-        if (ec) return fail(ec.message());
-        if (n == 0 && !force) return fail("no such file: " + args[i]);
+        Fd dir;
+        std::string name;
+        struct stat st;
+        bool found = openParent(roots_, args[i], dir, name) &&
+                     fstatat(dir.get(), name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0;
+        if (!found && errno == ENOENT) {
+            if (force) continue;
+            return fail("no such file: " + args[i]);
+        }
+        if (!found || !removeAt(dir.get(), name)) return failedOn(args[i]);
     }
     return ok();
 }
@@ -203,21 +438,25 @@ CommandResult CommandInterpreter::move(const std::vector<std::string> &args) con
     if (args.size() != 2) return fail("mv needs a source and a destination");
     if (!allowed(args[0], true)) return fail("not allowed: " + args[0]);
     if (!allowed(args[1])) return fail("not allowed: " + args[1]);
-    std::error_code ec;
-    fs::path dst = args[1];
-    if (fs::is_directory(dst, ec)) dst /= fs::path(args[0]).filename();
-    if (!allowed(dst.string(), true)) return fail("not allowed: " + dst.string());
-    fs::rename(args[0], dst, ec);
-    if (ec && ec.value() == EXDEV) {
-        // Different private mounts: copy, then remove the source.
-        ec.clear();
-        fs::copy(args[0], dst,
-                 fs::copy_options::recursive | fs::copy_options::overwrite_existing |
-                     fs::copy_options::copy_symlinks,
-                 ec);
-        if (!ec) fs::remove_all(args[0], ec);
+    Fd srcDir, dstDir;
+    std::string srcName, dstName;
+    struct stat st;
+    if (!openParent(roots_, args[0], srcDir, srcName) ||
+        fstatat(srcDir.get(), srcName.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
+        return failedOn(args[0]);
     }
-    return ec ? fail(ec.message()) : ok();
+    if (!openDestination(roots_, args[0], args[1], dstDir, dstName)) return failedOn(args[1]);
+    std::string dst = args[1] + "/" + dstName;
+    if (!allowed(dst, true)) return fail("not allowed: " + dst);
+    if (renameat(srcDir.get(), srcName.c_str(), dstDir.get(), dstName.c_str()) == 0) return ok();
+    if (errno != EXDEV || S_ISLNK(st.st_mode)) return failedOn(args[0]);
+    // Different private mounts: copy, then remove the source.
+    bool isDir = S_ISDIR(st.st_mode);
+    Fd src = openBeneath(srcDir.get(), srcName, isDir ? O_RDONLY | O_DIRECTORY : O_RDONLY, 0, true);
+    bool copied = src.ok() && (isDir ? copyTreeTo(src.get(), dstDir.get(), dstName)
+                                     : copyFileTo(src.get(), dstDir.get(), dstName));
+    if (!copied || !removeAt(srcDir.get(), srcName)) return failedOn(args[0]);
+    return ok();
 }
 
 CommandResult CommandInterpreter::changeMode(const std::vector<std::string> &args) const {
@@ -227,17 +466,13 @@ CommandResult CommandInterpreter::changeMode(const std::vector<std::string> &arg
     if (rest.size() != 2 || !parseMode(rest[0], mode)) return fail("chmod needs MODE PATH");
     const std::string &path = rest[1];
     if (!allowed(path, recursive)) return fail("not allowed: " + path);
-    std::error_code ec;
-    fs::permissions(path, mode, ec);
-    if (ec) return fail(ec.message());
-    if (recursive && fs::is_directory(path, ec)) {
-        for (auto it = fs::recursive_directory_iterator(path, ec); !ec && it != fs::end(it);
-             it.increment(ec)) {
-            // A link could point out of the sandbox; only real entries change.
-            if (!it->is_symlink()) fs::permissions(it->path(), mode, ec);
-        }
-    }
-    return ec ? fail(ec.message()) : ok();
+    Fd target = openPath(roots_, path, O_PATH);
+    struct stat st;
+    if (!target.ok() || fstat(target.get(), &st) != 0 || !changeModeOf(target.get(), mode))
+        return failedOn(path);
+    if (recursive && S_ISDIR(st.st_mode) && !changeModeOfTree(target.get(), mode))
+        return failedOn(path);
+    return ok();
 }
 
 CommandResult CommandInterpreter::echo(const std::vector<std::string> &args) const {
@@ -250,12 +485,11 @@ CommandResult CommandInterpreter::echo(const std::vector<std::string> &args) con
     const std::string &file = args.back();
     if (!allowed(file)) return fail("not allowed: " + file);
     // System files exist or not, as sysfs attributes do; elsewhere a file may be created.
-    int flags = O_WRONLY | O_TRUNC | O_CLOEXEC;
+    int flags = O_WRONLY | O_TRUNC | O_NOCTTY;
     if (file.compare(0, 5, "/sys/") != 0) flags |= O_CREAT;
-    int fd = open(file.c_str(), flags, 0666);
-    if (fd < 0) return fail("cannot write " + file);
-    bool written = write(fd, text.data(), text.size()) == ssize_t(text.size());
-    close(fd);
+    Fd fd = openPath(roots_, file, flags, 0666);
+    if (!fd.ok()) return failedOn(file);
+    bool written = write(fd.get(), text.data(), text.size()) == ssize_t(text.size());
     return written ? ok() : fail("cannot write " + file);
 }
 

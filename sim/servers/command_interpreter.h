@@ -3,6 +3,10 @@
 // the sandbox's private mounts (never on host directories the sandbox binds into them):
 //   cp SRC DST | cp -rf SRC DST | rm [-rf] PATH... | mv SRC DST | chmod [-R] MODE PATH
 //   echo TEXT > FILE | reboot | poweroff
+// Every file is reached from a descriptor of its root with openat2 and RESOLVE_BENEATH,
+// RESOLVE_NO_MAGICLINKS and RESOLVE_NO_XDEV, and every new file is made relative to a
+// directory descriptor so reached: no symbolic link (existing or not yet pointing anywhere),
+// ".." or mount point can lead a command out of its root.
 #ifndef POS_SIM_SERVERS_COMMAND_INTERPRETER_H
 #define POS_SIM_SERVERS_COMMAND_INTERPRETER_H
 

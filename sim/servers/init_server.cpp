@@ -22,10 +22,18 @@ std::vector<std::string> privateRoots() {
             "/sys", "/dev/chn", "/dev/chn/4", "/dev/ttyGS0"};
 }
 
+// A restarted server carries on with the step the terminal last recorded.
+int recordedFactoryTestStep(const Scenario &scenario) {
+    std::string recorded = readStatus("factory_test_step");
+    return recorded.empty() ? scenario.factoryTestStep : atoi(recorded.c_str());
+}
+
 }  // namespace
 
 InitServer::InitServer(const Scenario &scenario, RequestLog &log)
-    : log_(log), interpreter_(privateRoots()), factoryTestStep_(scenario.factoryTestStep) {}
+    : log_(log),
+      interpreter_(privateRoots()),
+      factoryTestStep_(recordedFactoryTestStep(scenario)) {}
 
 void InitServer::applyPower(PowerAction action) {
     // The terminal would go down; the simulator records it and carries on.

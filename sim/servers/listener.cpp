@@ -5,34 +5,46 @@
 #include <poll.h>
 #include <string.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <system_error>
+
 namespace possim {
 
-Listener::Listener(std::string path, Handler handler)
-    : path_(std::move(path)), handler_(std::move(handler)) {}
+int listenOn(const std::string &path, std::string &error) {
+    sockaddr_un addr;
+    memset(&addr, 0, sizeof addr);
+    addr.sun_family = AF_UNIX;
+    if (path.size() >= sizeof addr.sun_path) {
+        error = path + ": path too long";
+        return -1;
+    }
+    memcpy(addr.sun_path, path.c_str(), path.size());
+    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    unlink(path.c_str());
+    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0 ||
+        listen(fd, Listener::kMaxClients) != 0) {
+        error = path + ": " + strerror(errno);
+        if (fd >= 0) close(fd);
+        return -1;
+    }
+    chmod(path.c_str(), 0777);  // any user of the terminal may connect
+    return fd;
+}
+
+Listener::Listener(int listenFd, Handler handler)
+    : handler_(std::move(handler)), listenFd_(listenFd) {}
 
 Listener::~Listener() {
     stop();
 }
 
 bool Listener::start(std::string &error) {
-    sockaddr_un addr;
-    memset(&addr, 0, sizeof addr);
-    addr.sun_family = AF_UNIX;
-    if (path_.size() >= sizeof addr.sun_path) {
-        error = path_ + ": path too long";
-        return false;
-    }
-    memcpy(addr.sun_path, path_.c_str(), path_.size());
-    listenFd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    unlink(path_.c_str());
-    if (listenFd_ < 0 || bind(listenFd_, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0 ||
-        listen(listenFd_, 16) != 0 || pipe2(stopPipe_, O_CLOEXEC) != 0) {
-        error = path_ + ": " + strerror(errno);
-        stop();
+    if (listenFd_ < 0 || pipe2(stopPipe_, O_CLOEXEC) != 0) {
+        error = std::string("cannot serve: ") + strerror(errno);
         return false;
     }
     thread_ = std::thread([this] { serve(); });
@@ -47,6 +59,10 @@ void Listener::stop() {
         }
         thread_.join();
     }
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        clientDone_.wait(lock, [this] { return clients_ == 0; });
+    }
     for (int *fd : {&listenFd_, &stopPipe_[0], &stopPipe_[1]}) {
         if (*fd >= 0) close(*fd);
         *fd = -1;
@@ -55,6 +71,11 @@ void Listener::stop() {
 
 void Listener::serve() {
     for (;;) {
+        {
+            // At the limit, accept no one until a client is done.
+            std::unique_lock<std::mutex> lock(mutex_);
+            clientDone_.wait(lock, [this] { return clients_ < kMaxClients; });
+        }
         pollfd fds[2] = {{listenFd_, POLLIN, 0}, {stopPipe_[0], POLLIN, 0}};
         if (poll(fds, 2, -1) < 0) {
             if (errno == EINTR) continue;
@@ -62,10 +83,29 @@ void Listener::serve() {
         }
         if (fds[1].revents != 0) return;
         int fd = accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
-        if (fd < 0) continue;
-        handler_(fd);
-        close(fd);
+        if (fd < 0) {
+            // Out of descriptors: wait a little rather than spin on the waiting client.
+            if (errno == EMFILE || errno == ENFILE) poll(nullptr, 0, 100);
+            continue;
+        }
+        timeval timeout{kSendTimeoutMs / 1000, (kSendTimeoutMs % 1000) * 1000};
+        setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
+        std::lock_guard<std::mutex> lock(mutex_);
+        try {
+            std::thread([this, fd] { serveClient(fd); }).detach();
+            ++clients_;
+        } catch (const std::system_error &) {
+            close(fd);  // out of threads: this client sees a hang-up, the rest go on
+        }
     }
+}
+
+void Listener::serveClient(int fd) {
+    handler_(fd);
+    close(fd);
+    std::lock_guard<std::mutex> lock(mutex_);
+    --clients_;
+    clientDone_.notify_all();
 }
 
 static long long nowMs() {

@@ -1,18 +1,24 @@
 #include "servers/package_server.h"
 
 #include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <set>
+#include <sstream>
 
 #include "servers/listener.h"
 
@@ -98,22 +104,140 @@ bool programInside(const std::string &dir, const std::string &exec) {
     return program.string().compare(0, inside.size(), inside) == 0;
 }
 
-// Runs PROGRAM with ARGS and waits for it; true when it exits with status 0.
-bool runTool(const std::vector<std::string> &args) {
+long long nowMs() {
+    timespec ts;
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return ts.tv_sec * 1000LL + ts.tv_nsec / 1000000;
+}
+
+// Runs ARGS (a program and its arguments) in a child that may write no file larger than
+// FILEBYTES and must be done within TIMEOUTMS; its standard output goes to *OUTPUT (when
+// given) up to MAXOUTPUT bytes. True when it exits with status 0 within all of that; a child
+// that overruns is killed.
+bool runLimited(const std::vector<std::string> &args, uint64_t fileBytes, long long timeoutMs,
+                std::string *output, size_t maxOutput) {
+    if (timeoutMs <= 0) return false;
     std::vector<char *> argv;
     for (const auto &a : args) argv.push_back(const_cast<char *>(a.c_str()));
     argv.push_back(nullptr);
+    int out[2];
+    if (pipe2(out, O_CLOEXEC) != 0) return false;
     pid_t pid = fork();
-    if (pid < 0) return false;
     if (pid == 0) {
+        dup2(out[1], STDOUT_FILENO);  // held until the child ends: its end shows as EOF
+        int null = open("/dev/null", O_WRONLY);
+        if (null >= 0) dup2(null, STDERR_FILENO);
+        rlimit size{rlim_t(fileBytes), rlim_t(fileBytes)};
+        rlimit cpu{rlim_t(timeoutMs / 1000 + 1), rlim_t(timeoutMs / 1000 + 1)};
+        setrlimit(RLIMIT_FSIZE, &size);
+        setrlimit(RLIMIT_CPU, &cpu);
+        sigset_t none;
+        sigemptyset(&none);
+        sigprocmask(SIG_SETMASK, &none, nullptr);
         execvp(argv[0], argv.data());
         _exit(127);
     }
+    close(out[1]);
+    bool overran = pid < 0;
+    long long deadline = nowMs() + timeoutMs;
+    char buf[4096];
+    while (!overran) {
+        pollfd p{out[0], POLLIN, 0};
+        long long left = deadline - nowMs();
+        if (left <= 0 || poll(&p, 1, int(left)) == 0) {
+            overran = true;
+            break;
+        }
+        ssize_t n = read(out[0], buf, sizeof buf);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) break;
+        if (output != nullptr) output->append(buf, size_t(n));
+        overran = output != nullptr && output->size() > maxOutput;
+    }
+    close(out[0]);
+    if (pid < 0) return false;
+    if (overran) kill(pid, SIGKILL);
     int status = 0;
     while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return !overran && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
+
+// Whether tar's verbose listing describes no more entries and bytes than LIMITS allow.
+bool listingWithin(const std::string &listing, const PackageLimits &limits) {
+    std::istringstream lines(listing);
+    std::string line;
+    uint64_t files = 0, bytes = 0;
+    while (std::getline(lines, line)) {
+        std::istringstream fields(line);
+        std::string mode, owner, size;
+        if (!(fields >> mode >> owner >> size)) return false;
+        if (++files > limits.files) return false;
+        if (size.find(',') != std::string::npos) continue;  // a device's numbers, no data
+        if (size.empty() || size.find_first_not_of("0123456789") != std::string::npos ||
+            size.size() > 19) {
+            return false;
+        }
+        bytes += std::stoull(size);
+        if (bytes > limits.unpackedBytes) return false;
+    }
+    return true;
+}
+
+// Whether the unpacked tree at DIR stays within LIMITS (as its listing said it would).
+bool treeWithin(const std::string &dir, const PackageLimits &limits) {
+    std::error_code ec;
+    uint64_t files = 0, bytes = 0;
+    for (auto it = fs::recursive_directory_iterator(dir, ec); !ec && it != fs::end(it);
+         it.increment(ec)) {
+        if (++files > limits.files) return false;
+        if (it->is_regular_file(ec) && !it->is_symlink(ec)) bytes += it->file_size(ec);
+        if (bytes > limits.unpackedBytes) return false;
+    }
+    return !ec;
+}
+
+// Whether TEXT nests arrays and objects no deeper than MAXDEPTH (strings are skipped).
+bool nestingWithin(const std::string &text, int maxDepth) {
+    int depth = 0;
+    bool inString = false, escaped = false;
+    for (char c : text) {
+        if (inString) {
+            if (escaped) {
+                escaped = false;
+            } else if (c == '\\') {
+                escaped = true;
+            } else if (c == '"') {
+                inString = false;
+            }
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            if (++depth > maxDepth) return false;
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return true;
+}
+
+std::set<std::string> readLines(const std::string &file) {
+    std::ifstream in(file);
+    std::set<std::string> lines;
+    for (std::string line; std::getline(in, line);) lines.insert(line);
+    return lines;
+}
+
+int modificationTime(const std::string &path) {
+    struct stat st;
+    return stat(path.c_str(), &st) == 0 ? int(st.st_mtime) : int(time(nullptr));
+}
+
+// Uninstalled applications of the scenario are listed here, one id a line.
+const char kRemovedFile[] = "/.removed";
+// A package being unpacked, and an installed version being replaced.
+const char kUnpackPrefix[] = ".install-";
+const char kReplacedPrefix[] = ".replaced-";
 
 int directorySizeKb(const std::string &dir) {
     std::error_code ec;
@@ -134,16 +258,33 @@ std::string describeStart(const std::string &name, const std::vector<std::string
 }  // namespace
 
 bool readManifest(const std::string &file, ScenarioApp &app, std::string &error) {
-    std::ifstream in(file);
+    std::ifstream in(file, std::ios::binary);
     if (!in) {
         error = "no manifest.json";
         return false;
     }
+    // One byte beyond the limit is enough for the parser's check to refuse the file.
+    std::string text(kMaxManifestBytes + 1, '\0');
+    in.read(&text[0], std::streamsize(text.size()));
+    text.resize(size_t(in.gcount()));
+    return parseManifest(text, app, error);
+}
+
+bool parseManifest(const std::string &text, ScenarioApp &app, std::string &error) {
+    // Both limits hold before parsing: a deep document would take the parser's stack.
+    if (text.size() > kMaxManifestBytes) {
+        error = "manifest.json is larger than " + std::to_string(kMaxManifestBytes) + " bytes";
+        return false;
+    }
+    if (!nestingWithin(text, kMaxManifestDepth)) {
+        error = "manifest.json nests deeper than " + std::to_string(kMaxManifestDepth) + " levels";
+        return false;
+    }
     try {
-        nlohmann::json j = nlohmann::json::parse(in);
-        std::string text = nlohmann::json{{"apps", {j}}}.dump();
+        nlohmann::json j = nlohmann::json::parse(text);
+        std::string wrapped = nlohmann::json{{"apps", {j}}}.dump();
         Scenario parsed;
-        if (!parseScenario(text, parsed, error)) return false;
+        if (!parseScenario(wrapped, parsed, error)) return false;
         app = parsed.apps.at(0);
     } catch (const std::exception &e) {
         error = e.what();
@@ -161,9 +302,43 @@ bool readManifest(const std::string &file, ScenarioApp &app, std::string &error)
 }
 
 PackageServer::PackageServer(const Scenario &scenario, RequestLog &log, SharedBlock &childBlock,
-                             std::string appsDir)
-    : log_(log), childBlock_(childBlock), appsDir_(std::move(appsDir)) {
-    for (const auto &a : scenario.apps) apps_.push_back(App{a, "", int(time(nullptr))});
+                             std::string appsDir, PackageLimits limits)
+    : log_(log), childBlock_(childBlock), appsDir_(std::move(appsDir)), limits_(limits) {
+    loadInstalled(scenario);
+}
+
+void PackageServer::loadInstalled(const Scenario &scenario) {
+    std::set<std::string> removed = readLines(appsDir_ + kRemovedFile);
+    for (const auto &a : scenario.apps) {
+        if (removed.count(a.id) == 0) apps_.push_back(App{a, "", int(time(nullptr))});
+    }
+    // What a server that stopped in the middle left: a half-unpacked package goes, a
+    // replaced version comes back unless its successor made it into place.
+    std::error_code ec;
+    for (const auto &entry : fs::directory_iterator(appsDir_, ec)) {
+        std::string name = entry.path().filename();
+        if (name.rfind(kUnpackPrefix, 0) == 0) fs::remove_all(entry.path(), ec);
+        if (name.rfind(kReplacedPrefix, 0) != 0) continue;
+        fs::path current = appsDir_ + "/" + name.substr(strlen(kReplacedPrefix));
+        if (fs::exists(current, ec)) {
+            fs::remove_all(entry.path(), ec);
+        } else {
+            fs::rename(entry.path(), current, ec);
+        }
+    }
+    for (const auto &entry : fs::directory_iterator(appsDir_, ec)) {
+        std::string name = entry.path().filename();
+        ScenarioApp meta;
+        std::string error;
+        if (name[0] == '.' || !readManifest(entry.path() / "manifest.json", meta, error) ||
+            meta.id != name || !programInside(entry.path(), meta.exec)) {
+            continue;
+        }
+        apps_.erase(std::remove_if(apps_.begin(), apps_.end(),
+                                   [&](const App &a) { return a.meta.id == meta.id; }),
+                    apps_.end());
+        apps_.push_back(App{meta, entry.path(), modificationTime(entry.path())});
+    }
 }
 
 PackageServer::~PackageServer() {
@@ -190,29 +365,59 @@ int PackageServer::install(const std::string &path) {
     if (path.empty() || path[0] != '/' || stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
         return kPkgNotFound;
     }
+    if (uint64_t(st.st_size) > limits_.archiveBytes) return kPkgBadArchive;
     std::error_code ec;
     fs::create_directories(appsDir_, ec);
-    std::string unpack = appsDir_ + "/.install-XXXXXX";
-    if (mkdtemp(unpack.data()) == nullptr) return kPkgBadArchive;
-    if (!runTool({"tar", "-xf", path, "-C", unpack, "--no-same-owner", "--no-same-permissions"})) {
-        fs::remove_all(unpack, ec);
-        return kPkgBadArchive;
-    }
+    std::string unpacked = appsDir_ + "/" + kUnpackPrefix + "XXXXXX";
+    if (mkdtemp(unpacked.data()) == nullptr) return kPkgBadArchive;
     ScenarioApp meta;
     std::string error;
-    if (!readManifest(unpack + "/manifest.json", meta, error) ||
-        !programInside(unpack, meta.exec)) {
-        fs::remove_all(unpack, ec);
-        return kPkgBadManifest;
+    int result = 0;
+    if (!unpack(path, unpacked)) {
+        result = kPkgBadArchive;
+    } else if (!readManifest(unpacked + "/manifest.json", meta, error) ||
+               !programInside(unpacked, meta.exec)) {
+        result = kPkgBadManifest;
+    } else {
+        result = commit(meta, unpacked);
     }
+    if (result != 0) fs::remove_all(unpacked, ec);
+    return result;
+}
+
+// Lists the archive (refusing one that would unpack beyond the limits), then unpacks it into
+// DIR, all in children held to the limits.
+bool PackageServer::unpack(const std::string &archive, const std::string &dir) {
+    long long deadline = nowMs() + limits_.unpackMs;
+    std::string listing;
+    const size_t maxListing = 4096 * limits_.files;  // generous for names up to a path's length
+    if (!runLimited({"tar", "-tvf", archive, "--numeric-owner"}, 0, deadline - nowMs(), &listing,
+                    maxListing) ||
+        !listingWithin(listing, limits_)) {
+        return false;
+    }
+    return runLimited(
+               {"tar", "-xf", archive, "-C", dir, "--no-same-owner", "--no-same-permissions"},
+               limits_.unpackedBytes, deadline - nowMs(), nullptr, 0) &&
+           treeWithin(dir, limits_);
+}
+
+// Puts the unpacked package in place of the installed version, if any, by renames only: at
+// every moment one complete version is in place.
+int PackageServer::commit(const ScenarioApp &meta, const std::string &unpacked) {
     std::string dir = appsDir_ + "/" + meta.id;
+    std::string replaced = appsDir_ + "/" + kReplacedPrefix + meta.id;
     std::lock_guard<std::mutex> lock(mutex_);
-    fs::remove_all(dir, ec);
-    fs::rename(unpack, dir, ec);
+    std::error_code ec;
+    fs::remove_all(replaced, ec);
+    bool hadVersion = fs::exists(dir, ec);
+    if (hadVersion) fs::rename(dir, replaced, ec);
+    if (!ec) fs::rename(unpacked, dir, ec);
     if (ec) {
-        fs::remove_all(unpack, ec);
+        if (hadVersion) fs::rename(replaced, dir, ec);
         return kPkgBadArchive;
     }
+    fs::remove_all(replaced, ec);
     chmod((dir + "/" + meta.exec).c_str(), 0755);
     for (auto it = apps_.begin(); it != apps_.end(); ++it) {
         if (it->meta.id == meta.id) {
@@ -230,6 +435,8 @@ int PackageServer::uninstall(const std::string &id) {
         if (it->meta.id != id) continue;
         std::error_code ec;
         if (!it->dir.empty()) fs::remove_all(it->dir, ec);
+        // A scenario's application stays uninstalled when the server starts again.
+        std::ofstream(appsDir_ + kRemovedFile, std::ios::app) << id << "\n";
         apps_.erase(it);
         return 0;
     }
@@ -261,6 +468,9 @@ int PackageServer::start(const std::string &name, const std::vector<std::string>
         return kPkgNotRunnable;
     }
     if (pid == 0) {
+        sigset_t none;  // the server's blocked signals are none of the application's business
+        sigemptyset(&none);
+        sigprocmask(SIG_SETMASK, &none, nullptr);
         execv(argv[0], argv.data());
         _exit(127);
     }

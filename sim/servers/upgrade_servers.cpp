@@ -30,6 +30,7 @@ bool readRequest(int fd, int32_t &code, std::string &text) {
 // Applying consumes the staged files, as the terminal's firmware loader does.
 int32_t UpgradeServers::applyStaged(std::string &applied) {
     if (replies_.firmwareApply != 0) return replies_.firmwareApply;
+    std::lock_guard<std::mutex> lock(stagingMutex_);
     std::error_code ec;
     for (const auto &entry : fs::directory_iterator(stagingDir_, ec)) {
         applied += (applied.empty() ? "" : ",") + entry.path().filename().string();

@@ -4,6 +4,7 @@
 #ifndef POS_SIM_SERVERS_UPGRADE_SERVERS_H
 #define POS_SIM_SERVERS_UPGRADE_SERVERS_H
 
+#include <mutex>
 #include <string>
 
 #include "scenario/scenario.h"
@@ -27,6 +28,7 @@ class UpgradeServers {
     ServerReplies replies_;
     RequestLog &log_;
     std::string stagingDir_;
+    std::mutex stagingMutex_;  // one apply at a time
 };
 
 }  // namespace possim

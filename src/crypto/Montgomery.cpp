@@ -1,9 +1,14 @@
 // Montgomery arithmetic on 64-bit limbs. A number x is held as x * R mod n with
 // R = 2^(64 * limbs), so each modular product costs two multiplications instead of a
-// division. Timing depends on the exponent's bits: meant for public-key operations.
+// division; RSA-2048 moduli use 52-bit limbs in vector registers where the processor has
+// AVX-512 IFMA. Timing depends on the exponent's bits: meant for public-key operations.
 #include "crypto/Montgomery.h"
 
 #include <cstring>
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 namespace pos::nn {
 namespace {
@@ -162,6 +167,30 @@ void montProduct(uint64_t *out, const uint64_t *x, const uint64_t *y, const Modu
     finalSubtract<kLimbs>(out, u, acc.lo, m);
 }
 
+// out <- x * R^-1 mod n: the reduction alone, which takes a number out of Montgomery form at
+// half the cost of a product with 1.
+template <unsigned kLimbs>
+void montReduce(uint64_t *out, const uint64_t *x, const Modulus &m) {
+    const unsigned s = limbsOf<kLimbs>(m);
+    const uint64_t *n = m.n;
+    uint64_t q[kMaxLimbs], u[kMaxLimbs];
+    Accumulator acc;
+    for (unsigned col = 0; col < s; ++col) {
+        acc.add(x[col]);
+        mulAddRun(acc, q, n + col, col);
+        q[col] = acc.lo * m.n0inv;
+        acc.mulAdd(q[col], n[0]);  // clears the low word
+        acc.shift();
+    }
+    for (unsigned col = s; col < 2 * s - 1; ++col) {
+        const unsigned from = col - s + 1;
+        mulAddRun(acc, q + from, n + (col - from), s - from);
+        u[col - s] = acc.shift();
+    }
+    u[s - 1] = acc.shift();
+    finalSubtract<kLimbs>(out, u, acc.lo, m);
+}
+
 template <unsigned kLimbs>
 void montMul(uint64_t *out, const uint64_t *x, const uint64_t *y, const Modulus &m) {
     montProduct<kLimbs, false>(out, x, y, m);
@@ -182,8 +211,28 @@ void setUp(Modulus &m, const NN_DIGIT *d, unsigned digits) {
     m.n0inv = 0 - inv;
 }
 
-// rr <- R^2 mod n = 2^(128 * limbs) mod n, by Knuth's long division on 64-bit limbs.
-void squareOfR(uint64_t *rr, const Modulus &m) {
+// q, r <- (hi:lo) div and mod d, for a normalised d (top bit set). The quotient may need
+// more than 64 bits only when hi >= d; the processor's divide takes every other case in one
+// instruction, where the compiler would call a 128-bit division twice.
+inline void divideWide(uint64_t hi, uint64_t lo, uint64_t d, u128 &q, u128 &r) {
+#if defined(__x86_64__)
+    if (hi < d) {
+        uint64_t quotient, remainder;
+        __asm__("divq %[d]" : "=a"(quotient), "=d"(remainder) : [d] "rm"(d), "a"(lo), "d"(hi));
+        q = quotient;
+        r = remainder;
+        return;
+    }
+#endif
+    const u128 num = u128{hi} << 64 | lo;
+    q = num / d;
+    r = num % d;
+}
+
+// out <- x * 2^shiftBits mod n (x below n, shiftBits at most 64 * limbs + 64), by Knuth's long
+// division on 64-bit limbs. With shiftBits = 64 * limbs it takes x into Montgomery form, at
+// about half the cost of computing R^2 mod n and multiplying by it.
+void shiftedMod(uint64_t *out, const uint64_t *x, unsigned shiftBits, const Modulus &m) {
     const unsigned s = m.limbs;
     const unsigned shift = static_cast<unsigned>(__builtin_clzll(m.n[s - 1]));
     uint64_t dn[kMaxLimbs];
@@ -191,16 +240,18 @@ void squareOfR(uint64_t *rr, const Modulus &m) {
         dn[i] = m.n[i] << shift;
         if (shift && i > 0) dn[i] |= m.n[i - 1] >> (64 - shift);
     }
-    // The dividend 2^(128 s), normalised like the divisor: 2s + 1 limbs and a spare one.
-    uint64_t un[2 * kMaxLimbs + 2] = {};
-    un[2 * s] = uint64_t{1} << shift;
-
+    // The dividend x * 2^shiftBits, normalised like the divisor: at most 2s + 2 limbs.
+    uint64_t un[2 * kMaxLimbs + 3] = {};
+    const unsigned limbShift = (shiftBits + shift) / 64, bitShift = (shiftBits + shift) % 64;
+    for (unsigned i = 0; i < s; ++i) {
+        un[limbShift + i] |= x[i] << bitShift;
+        if (bitShift) un[limbShift + i + 1] |= x[i] >> (64 - bitShift);
+    }
     const uint64_t top = dn[s - 1];
     const uint64_t next = s >= 2 ? dn[s - 2] : 0;
     for (int j = static_cast<int>(s) + 1; j >= 0; --j) {
-        const u128 num = u128{un[j + s]} << 64 | un[j + s - 1];
-        u128 qhat = num / top;
-        u128 rhat = num % top;
+        u128 qhat, rhat;
+        divideWide(un[j + s], un[j + s - 1], top, qhat, rhat);
         const uint64_t below = s >= 2 ? un[j + s - 2] : 0;
         while (qhat >> 64 || (s >= 2 && qhat * next > (rhat << 64 | below))) {
             --qhat;
@@ -229,10 +280,11 @@ void squareOfR(uint64_t *rr, const Modulus &m) {
         }
     }
     for (unsigned i = 0; i < s; ++i) {
-        rr[i] = un[i] >> shift;
-        if (shift && i + 1 < s) rr[i] |= un[i + 1] << (64 - shift);
-        if (shift && i + 1 == s) rr[i] |= un[s] << (64 - shift);
+        out[i] = un[i] >> shift;
+        if (shift && i + 1 < s) out[i] |= un[i + 1] << (64 - shift);
+        if (shift && i + 1 == s) out[i] |= un[s] << (64 - shift);
     }
+    std::memset(un, 0, sizeof un);
 }
 
 unsigned windowFor(unsigned bits) {
@@ -247,27 +299,39 @@ bool bitOf(const NN_DIGIT *c, unsigned k) {
     return (c[k / 32] >> (k % 32)) & 1;
 }
 
-// acc <- x^c in Montgomery form by a left-to-right sliding window; c is not zero.
+// The 64-bit limb arithmetic, for the exponentiation below.
 template <unsigned kLimbs>
-void exponentiate(uint64_t *acc, const uint64_t *x, const NN_DIGIT *c, unsigned bits,
-                  const Modulus &m) {
-    const unsigned s = m.limbs;
+struct LimbArithmetic {
+    struct Number {
+        uint64_t w[kMaxLimbs];
+    };
+    const Modulus &m;
+    unsigned limbs() const { return m.limbs; }
+    void sqr(Number &out, const Number &x) const { montSqr<kLimbs>(out.w, x.w, m); }
+    void mul(Number &out, const Number &x, const Number &y) const {
+        montMul<kLimbs>(out.w, x.w, y.w, m);
+    }
+};
+
+// acc <- x^c in Montgomery form by a left-to-right sliding window; c is not zero.
+template <typename Arithmetic>
+void exponentiate(const Arithmetic &ar, typename Arithmetic::Number &acc,
+                  const typename Arithmetic::Number &x, const NN_DIGIT *c, unsigned bits) {
+    using Number = typename Arithmetic::Number;
     // Odd powers x, x^3, ..., x^(2^w - 1).
     const unsigned w = windowFor(bits);
-    uint64_t table[1u << (kMaxWindow - 1)][kMaxLimbs];
-    std::memcpy(table[0], x, s * sizeof(uint64_t));
+    Number table[1u << (kMaxWindow - 1)];
+    table[0] = x;
     if (w > 1) {
-        uint64_t x2[kMaxLimbs];
-        montSqr<kLimbs>(x2, x, m);
-        for (unsigned i = 1; i < (1u << (w - 1)); ++i) {
-            montMul<kLimbs>(table[i], table[i - 1], x2, m);
-        }
+        Number x2;
+        ar.sqr(x2, x);
+        for (unsigned i = 1; i < (1u << (w - 1)); ++i) ar.mul(table[i], table[i - 1], x2);
     }
 
     bool started = false;
     for (int i = static_cast<int>(bits) - 1; i >= 0;) {
         if (!bitOf(c, static_cast<unsigned>(i))) {
-            if (started) montSqr<kLimbs>(acc, acc, m);
+            if (started) ar.sqr(acc, acc);
             --i;
             continue;
         }
@@ -277,10 +341,10 @@ void exponentiate(uint64_t *acc, const uint64_t *x, const NN_DIGIT *c, unsigned 
         unsigned value = 0;
         for (int k = i; k >= low; --k) value = value << 1 | bitOf(c, static_cast<unsigned>(k));
         if (started) {
-            for (int k = i; k >= low; --k) montSqr<kLimbs>(acc, acc, m);
-            montMul<kLimbs>(acc, acc, table[value / 2], m);
+            for (int k = i; k >= low; --k) ar.sqr(acc, acc);
+            ar.mul(acc, acc, table[value / 2]);
         } else {
-            std::memcpy(acc, table[value / 2], s * sizeof(uint64_t));
+            acc = table[value / 2];
             started = true;
         }
         i = low - 1;
@@ -288,22 +352,156 @@ void exponentiate(uint64_t *acc, const uint64_t *x, const NN_DIGIT *c, unsigned 
     std::memset(table, 0, sizeof table);
 }
 
-// x in Montgomery form, raised to c, and brought back: acc <- x^c mod n (x given as b mod n).
+// x in Montgomery form, raised to c, and brought back: result <- x^c mod n (x below n).
 template <unsigned kLimbs>
-void modExp(uint64_t *result, uint64_t *x, const NN_DIGIT *c, unsigned bits, const Modulus &m) {
-    uint64_t rr[kMaxLimbs];
-    squareOfR(rr, m);
-    montMul<kLimbs>(x, x, rr, m);
-    exponentiate<kLimbs>(result, x, c, bits, m);
-    // Leave Montgomery form: multiply by 1.
-    uint64_t one[kMaxLimbs] = {1};
-    montMul<kLimbs>(result, result, one, m);
+void modExp(uint64_t *result, const uint64_t *x, const NN_DIGIT *c, unsigned bits,
+            const Modulus &m) {
+    using Number = typename LimbArithmetic<kLimbs>::Number;
+    Number base, acc;
+    shiftedMod(base.w, x, 64 * m.limbs, m);
+    exponentiate(LimbArithmetic<kLimbs>{m}, acc, base, c, bits);
+    montReduce<kLimbs>(result, acc.w, m);
+    std::memset(&base, 0, sizeof base);
+    std::memset(&acc, 0, sizeof acc);
 }
 
-}  // namespace
+#if defined(__x86_64__)
+// Moduli of 32 limbs (RSA-2048) on processors with AVX-512 IFMA: 40 limbs of 52 bits in five
+// vector registers, each vpmadd52 instruction doing eight limb products. The Montgomery
+// radix is 2^2080, more than four times any such modulus, so products of numbers below 2n
+// stay below 2n ("almost Montgomery" multiplication) and need no final subtraction until the
+// very end.
+namespace wide {
 
-void montgomeryModExp(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigned cDigits,
-                      const NN_DIGIT *d, unsigned dDigits) {
+constexpr unsigned kLimbs52 = 40;
+constexpr unsigned kRadixBits = 52 * kLimbs52;
+constexpr uint64_t kMask52 = (uint64_t{1} << 52) - 1;
+
+struct Modulus52 {
+    alignas(64) uint64_t n[kLimbs52];
+    uint64_t k0;  // -n^-1 mod 2^52
+};
+
+struct Arithmetic {
+    struct alignas(64) Number {
+        uint64_t w[kLimbs52];
+    };
+    const Modulus52 &m;
+    void sqr(Number &out, const Number &x) const;
+    void mul(Number &out, const Number &x, const Number &y) const;
+};
+
+void to52(uint64_t *out, const uint64_t *in, unsigned limbs) {
+    for (unsigned j = 0; j < kLimbs52; ++j) {
+        const unsigned bit = 52 * j, word = bit / 64, offset = bit % 64;
+        uint64_t v = word < limbs ? in[word] >> offset : 0;
+        if (offset > 12 && word + 1 < limbs) v |= in[word + 1] << (64 - offset);
+        out[j] = v & kMask52;
+    }
+}
+
+void from52(uint64_t *out, unsigned limbs, const uint64_t *in) {
+    u128 buffer = 0;
+    unsigned held = 0, next = 0;
+    for (unsigned i = 0; i < limbs; ++i) {
+        while (held < 64 && next < kLimbs52) {
+            buffer |= u128{in[next++]} << held;
+            held += 52;
+        }
+        out[i] = static_cast<uint64_t>(buffer);
+        buffer >>= 64;
+        held = held >= 64 ? held - 64 : 0;
+    }
+}
+
+// out <- a * b * 2^-2080 mod n, below 2n when a and b are; the limbs of a and b below 2^52.
+// (GCC 12 warns about the undefined lanes its own intrinsics start from: a false alarm.)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+__attribute__((target("avx512f,avx512ifma"))) void almostMontgomeryProduct(uint64_t *out,
+                                                                           const uint64_t *a,
+                                                                           const uint64_t *b,
+                                                                           const Modulus52 &m) {
+    __m512i A[5], M[5], R[5];
+    for (int k = 0; k < 5; ++k) {
+        A[k] = _mm512_loadu_si512(a + 8 * k);
+        M[k] = _mm512_load_si512(m.n + 8 * k);
+        R[k] = _mm512_setzero_si512();
+    }
+    const uint64_t k0 = m.k0, m0 = m.n[0];
+    for (unsigned i = 0; i < kLimbs52; ++i) {
+        const __m512i bi = _mm512_set1_epi64(static_cast<long long>(b[i]));
+        for (int k = 0; k < 5; ++k) R[k] = _mm512_madd52lo_epu64(R[k], A[k], bi);
+        // The quotient digit that clears the lowest limb, and what that limb carries on.
+        const uint64_t r0 = static_cast<uint64_t>(_mm_cvtsi128_si64(_mm512_castsi512_si128(R[0])));
+        const uint64_t y = (r0 * k0) & kMask52;
+        const uint64_t carry = (r0 + ((m0 * y) & kMask52)) >> 52;
+        const __m512i yi = _mm512_set1_epi64(static_cast<long long>(y));
+        for (int k = 0; k < 5; ++k) R[k] = _mm512_madd52lo_epu64(R[k], M[k], yi);
+        // Drop the cleared limb: every limb moves down one place.
+        for (int k = 0; k < 4; ++k) R[k] = _mm512_alignr_epi64(R[k + 1], R[k], 1);
+        R[4] = _mm512_alignr_epi64(_mm512_setzero_si512(), R[4], 1);
+        R[0] = _mm512_add_epi64(R[0], _mm512_maskz_set1_epi64(1, static_cast<long long>(carry)));
+        // The high halves of both products, one place up from their low halves.
+        for (int k = 0; k < 5; ++k) {
+            R[k] = _mm512_madd52hi_epu64(R[k], A[k], bi);
+            R[k] = _mm512_madd52hi_epu64(R[k], M[k], yi);
+        }
+    }
+    // Each limb may hold up to about 2^60: carry it up into 52-bit limbs.
+    alignas(64) uint64_t limbs[kLimbs52];
+    for (int k = 0; k < 5; ++k) _mm512_store_si512(limbs + 8 * k, R[k]);
+    uint64_t carry = 0;
+    for (unsigned j = 0; j < kLimbs52; ++j) {
+        const uint64_t v = limbs[j] + carry;
+        out[j] = v & kMask52;
+        carry = v >> 52;
+    }
+}
+#pragma GCC diagnostic pop
+
+void Arithmetic::sqr(Number &out, const Number &x) const {
+    almostMontgomeryProduct(out.w, x.w, x.w, m);
+}
+
+void Arithmetic::mul(Number &out, const Number &x, const Number &y) const {
+    almostMontgomeryProduct(out.w, x.w, y.w, m);
+}
+
+bool available() {
+    static const bool ifma =
+        __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512ifma");
+    return ifma;
+}
+
+// result <- x^c mod n for a 32-limb modulus and x below it.
+void modExp(uint64_t *result, const uint64_t *x, const NN_DIGIT *c, unsigned bits,
+            const Modulus &m) {
+    Modulus52 m52;
+    to52(m52.n, m.n, m.limbs);
+    m52.k0 = m.n0inv & kMask52;
+    Arithmetic::Number base, acc;
+    uint64_t limbs[kMaxLimbs];
+    shiftedMod(limbs, x, kRadixBits, m);
+    to52(base.w, limbs, m.limbs);
+    exponentiate(Arithmetic{m52}, acc, base, c, bits);
+    // Out of Montgomery form: a product with 1 gives at most n, and n only for 0.
+    Arithmetic::Number one = {};
+    one.w[0] = 1;
+    almostMontgomeryProduct(acc.w, acc.w, one.w, m52);
+    from52(limbs, m.limbs, acc.w);
+    finalSubtract<32>(result, limbs, 0, m);
+    std::memset(limbs, 0, sizeof limbs);
+    std::memset(&base, 0, sizeof base);
+    std::memset(&acc, 0, sizeof acc);
+}
+
+}  // namespace wide
+#endif
+
+// a (dDigits) <- b^c mod d, with WIDE choosing the vector path where it applies.
+void modExpOdd(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigned cDigits,
+               const NN_DIGIT *d, unsigned dDigits, bool wide) {
     const unsigned nDigits = NN_Digits(d, dDigits);
     const unsigned bits = NN_Bits(c, cDigits);
     if (bits == 0) {
@@ -332,9 +530,15 @@ void montgomeryModExp(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigne
         case 16:
             modExp<16>(result, x, c, bits, m);
             break;  // 1024
-        case 32:
+        case 32:    // 2048
+#if defined(__x86_64__)
+            if (wide && wide::available()) {
+                wide::modExp(result, x, c, bits, m);
+                break;
+            }
+#endif
             modExp<32>(result, x, c, bits, m);
-            break;  // 2048
+            break;
         default:
             modExp<0>(result, x, c, bits, m);
             break;
@@ -342,6 +546,18 @@ void montgomeryModExp(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigne
     fromLimbs(a, dDigits, result, m.limbs);
     std::memset(x, 0, sizeof x);
     std::memset(result, 0, sizeof result);
+}
+
+}  // namespace
+
+void montgomeryModExp(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigned cDigits,
+                      const NN_DIGIT *d, unsigned dDigits) {
+    modExpOdd(a, b, c, cDigits, d, dDigits, true);
+}
+
+void montgomeryModExpPortable(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigned cDigits,
+                              const NN_DIGIT *d, unsigned dDigits) {
+    modExpOdd(a, b, c, cDigits, d, dDigits, false);
 }
 
 }  // namespace pos::nn

@@ -172,6 +172,13 @@ bool setAppId(const char *appId) {
     return true;
 }
 
+// Whether APPID can stand as one file name in a directory: no separator, not "." or "..",
+// not empty. Anything else would put the database file somewhere else.
+bool isOneFileName(const char *appId) {
+    return appId[0] != '\0' && strchr(appId, '/') == nullptr && strcmp(appId, ".") != 0 &&
+           strcmp(appId, "..") != 0;
+}
+
 // Opens PATH and finishes initialisation; DIRFORLOG is named in the failure message.
 int openAndMarkInitialised(char *path, const char *dirForLog) {
     if (DB_vOpenDBFile(path) != 0) {
@@ -265,6 +272,10 @@ POS_API int DB_bInitBySysService(const char *dir, const char *appId) {
         Log_Warn("cDbInitFlag is 1!");
         return 0;
     }
+    if (!isOneFileName(appId)) {
+        Log_Err("DB_nSetAppID faild!!");
+        return -1;
+    }
     if (!setAppId(appId)) return -1;
 
     struct stat st;
@@ -301,6 +312,11 @@ POS_API void *DB_hOpen(const char *name, int nMaxLenOfRec) {
     if (strnlen(name, kNameSize) >= static_cast<size_t>(kNameSize)) return nullptr;
     if (nMaxLenOfRec > DB_MAX_RECORD_LEN) {
         Log_Err("nMaxLenOfRec is too large!!!!");
+        return nullptr;
+    }
+    // A negative maximum would read as no limit at all.
+    if (nMaxLenOfRec < 0) {
+        Log_Err("DB_hOpen Param invalid!!");
         return nullptr;
     }
     if (!isPlainTableName(name)) {

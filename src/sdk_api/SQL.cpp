@@ -15,6 +15,8 @@ namespace {
 
 constexpr int kOpenAttempts = 5;
 constexpr useconds_t kOpenRetryPauseUs = 200000;
+// How long a statement waits for another process to let go of the database file.
+constexpr int kBusyTimeoutMs = 5000;
 // SQL_GetData reads numbers through a scratch cell of 11 characters and a terminator.
 constexpr unsigned kNumberCellSize = 12;
 
@@ -104,6 +106,9 @@ POS_API int SQL_OpenDB(const char *filename) {
         sqlite3 *db = nullptr;
         g_sql.lastResultCode = sqlite3_open(filename, &db);
         if (g_sql.lastResultCode == SQLITE_OK) {
+            // Several processes may share one database file: a statement that finds it
+            // locked by another waits for it (up to a bound) instead of failing at once.
+            sqlite3_busy_timeout(db, kBusyTimeoutMs);
             g_sql.db = db;
             return 0;
         }

@@ -2,7 +2,9 @@
 // directory, then a fixed number of mutations of them drawn from a fixed seed, so two runs
 // feed exactly the same inputs and a failure found once is found again.
 //
-//   fuzz_NAME CORPUS_DIR [MUTATIONS]   seeds, then MUTATIONS mutated inputs (default 20000)
+//   fuzz_NAME CORPUS_DIR [MUTATIONS [MAX_LEN]]
+//                                      seeds, then MUTATIONS mutated inputs (default 20000)
+//                                      of at most MAX_LEN bytes (default 4096)
 //   fuzz_NAME FILE                     that one input, to reproduce a failure
 //
 // When an input crashes or fails a check, it is written to "crash-NAME" in the current
@@ -31,7 +33,7 @@ extern "C" void __sanitizer_set_death_callback(void (*callback)(void)) __attribu
 
 namespace {
 
-constexpr size_t kMaxInput = 4096;
+constexpr size_t kDefaultMaxInput = 4096;
 constexpr uint32_t kRandomSeed = 0x5eed2026;
 
 // The input being run, kept where a dying process can still write it out.
@@ -111,13 +113,14 @@ const uint8_t kInterestingBytes[] = {0,   1,   0x7f, 0x80, 0xff, '0', '9', 'A', 
 
 class Mutator {
   public:
-    explicit Mutator(const std::vector<Input> &seeds) : mSeeds(seeds), mRandom(kRandomSeed) {}
+    Mutator(const std::vector<Input> &seeds, size_t maxInput)
+        : mSeeds(seeds), mMaxInput(maxInput), mRandom(kRandomSeed) {}
 
     Input next() {
         Input input = mSeeds[below(mSeeds.size())];
         size_t steps = 1 + below(4);
         for (size_t i = 0; i < steps; ++i) mutate(input);
-        if (input.size() > kMaxInput) input.resize(kMaxInput);
+        if (input.size() > mMaxInput) input.resize(mMaxInput);
         return input;
     }
 
@@ -196,14 +199,16 @@ class Mutator {
     }
 
     const std::vector<Input> &mSeeds;
+    size_t mMaxInput;
     std::mt19937 mRandom;
 };
 
 }  // namespace
 
 int main(int argc, char **argv) {
-    if (argc < 2 || argc > 3) {
-        std::fprintf(stderr, "usage: %s CORPUS_DIR [MUTATIONS] | %s FILE\n", argv[0], argv[0]);
+    if (argc < 2 || argc > 4) {
+        std::fprintf(stderr, "usage: %s CORPUS_DIR [MUTATIONS [MAX_LEN]] | %s FILE\n", argv[0],
+                     argv[0]);
         return 2;
     }
     std::string name = fs::path(argv[0]).filename().string();
@@ -223,13 +228,15 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "%s: no corpus at %s\n", name.c_str(), argv[1]);
         return 2;
     }
-    long mutations = argc == 3 ? std::strtol(argv[2], nullptr, 10) : 20000;
+    long mutations = argc >= 3 ? std::strtol(argv[2], nullptr, 10) : 20000;
+    long maxInput = argc == 4 ? std::strtol(argv[3], nullptr, 10) : long(kDefaultMaxInput);
+    if (maxInput <= 0) maxInput = long(kDefaultMaxInput);
 
     std::vector<Input> seeds = readCorpus(path);
     if (seeds.empty()) seeds.emplace_back();  // an empty input is a seed like any other
     for (const auto &seed : seeds) run(seed);
 
-    Mutator mutator(seeds);
+    Mutator mutator(seeds, size_t(maxInput));
     for (long i = 0; i < mutations; ++i) run(mutator.next());
     std::printf("%s: %zu seeds and %ld mutations ran without failure\n", name.c_str(), seeds.size(),
                 mutations);

@@ -10,6 +10,8 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cstdio>
 #include <mutex>
 
 #include <binder/ServiceManagerHost.h>
@@ -102,9 +104,18 @@ DefaultManager &defaults() {
     return *d;
 }
 
-}  // namespace
+// Outside any simulated terminal a program finds no service manager; it is told so once,
+// since every service call would otherwise just fail with a code.
+void reportMissingServiceManager(const std::string &path) {
+    static std::atomic<bool> reported{false};
+    if (reported.exchange(true)) return;
+    fprintf(stderr,
+            "binder: no service manager at %s; run the program on the simulated terminal: "
+            "pos-sim run -- PROGRAM\n",
+            path.c_str());
+}
 
-sp<IServiceManager> defaultServiceManager() {
+sp<IServiceManager> managerOverSocket(bool reportMissing) {
     DefaultManager &d = defaults();
     std::lock_guard<std::mutex> guard(d.lock);
     if (d.installed != nullptr) return d.installed;
@@ -119,11 +130,28 @@ sp<IServiceManager> defaultServiceManager() {
     }
     d.overSocket.clear();
     d.socketBinder = BpBinder::connect(path);
-    if (d.socketBinder == nullptr) return nullptr;
+    if (d.socketBinder == nullptr) {
+        if (reportMissing) reportMissingServiceManager(path);
+        return nullptr;
+    }
     d.owner = getpid();
     d.overSocket = interface_cast<IServiceManager>(d.socketBinder);
     return d.overSocket;
 }
+
+}  // namespace
+
+sp<IServiceManager> defaultServiceManager() {
+    return managerOverSocket(true);
+}
+
+namespace host {
+
+sp<IServiceManager> serviceManagerWithoutReport() {
+    return managerOverSocket(false);
+}
+
+}  // namespace host
 
 void setDefaultServiceManager(const sp<IServiceManager> &sm) {
     DefaultManager &d = defaults();

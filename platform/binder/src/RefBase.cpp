@@ -17,13 +17,21 @@ void RefBase::incStrong(const void * /*id*/) const {
 }
 
 void RefBase::decStrong(const void *id) const {
-    // Release ordering so the deleting thread sees every write made through other references.
-    if (mStrong.fetch_sub(1, std::memory_order_release) == 1) {
-        std::atomic_thread_fence(std::memory_order_acquire);
+    // Acquire-release, so the deleting thread sees every write made through other references
+    // (one ordered operation rather than a fence, which ThreadSanitizer cannot follow).
+    if (mStrong.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         RefBase *self = const_cast<RefBase *>(this);
         self->onLastStrongRef(id);
         delete self;
     }
+}
+
+bool RefBase::attemptIncStrong(const void * /*id*/) const {
+    int32_t count = mStrong.load(std::memory_order_relaxed);
+    while (count > 0) {
+        if (mStrong.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) return true;
+    }
+    return false;
 }
 
 int32_t RefBase::getStrongCount() const {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include <binder/Binder.h>
+#include <binder/IServiceManager.h>
 
 namespace android {
 namespace host {
@@ -14,6 +15,9 @@ namespace host {
 status_t listenForService(const sp<BBinder> &binder, std::string *socketPath);
 // Listens for binder on the given socket path.
 status_t listenAt(const std::string &socketPath, const sp<BBinder> &binder);
+
+// defaultServiceManager() without the one-line report of a missing one: for start-up waits.
+sp<IServiceManager> serviceManagerWithoutReport();
 
 // Starts accepting in the background (once per process).
 void startServing();

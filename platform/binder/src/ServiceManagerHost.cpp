@@ -3,6 +3,9 @@
 #include <binder/ServiceManagerHost.h>
 
 #include <errno.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -12,15 +15,47 @@
 #include <mutex>
 
 #include <binder/BpBinder.h>
+#include <binder/IPCThreadState.h>
 #include <binder/Parcel.h>
 
 #include "ServiceHost.h"
+#include "Transport.h"
 
 namespace android {
 
 namespace {
 
 const char kDefaultBinderDir[] = "/tmp/.binder";
+
+// How long a registered service has to answer before its name may pass to another process.
+constexpr int kLivenessTimeoutMs = 1000;
+
+// The process listening on the socket at path (its credentials from when it listened), or -1
+// when nobody does.
+pid_t listenerPid(const std::string &path) {
+    int fd = transport::connectTo(path);
+    if (fd < 0) return -1;
+    ucred cred{};
+    socklen_t len = sizeof cred;
+    pid_t pid = getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &len) == 0 ? cred.pid : -1;
+    close(fd);
+    return pid;
+}
+
+// Whether the service at path answers a ping within the liveness time-out.
+bool answersPing(const std::string &path) {
+    int fd = transport::connectTo(path);
+    if (fd < 0) return false;
+    Parcel empty;
+    Parcel reply;
+    transport::FrameHeader answer{};
+    transport::FrameReader reader;
+    bool answered = transport::sendFrame(fd, {IBinder::PING_TRANSACTION, 0, 0}, empty) &&
+                    reader.next(fd, &answer, &reply, kLivenessTimeoutMs) == OK &&
+                    (answer.flags & transport::kReplyRefused) == 0;
+    close(fd);
+    return answered;
+}
 
 // The registry behind the socket: name -> the socket path its service listens on.
 class ServiceRegistry : public BBinder {
@@ -52,9 +87,13 @@ class ServiceRegistry : public BBinder {
         auto it = mServices.find(name);
         if (it == mServices.end()) return reply->writeInt32(NAME_NOT_FOUND);
         reply->writeInt32(OK);
-        return reply->writeCString(it->second.c_str());
+        return reply->writeCString(it->second.path.c_str());
     }
 
+    // Who may register what: a new socket must be the caller's own (its listener's credentials
+    // say whose it is); a name stays with the process that registered it while its service
+    // answers, and passes to another only once it does not. Names are never removed otherwise,
+    // so no client can take a live service's name away or put itself in its place.
     status_t add(const Parcel &data, Parcel *reply) {
         String16 name = data.readString16();
         const char *path = data.readCString();
@@ -63,15 +102,30 @@ class ServiceRegistry : public BBinder {
         if (name.size() == 0 || path == nullptr || *path == '\0') {
             return reply->writeInt32(BAD_VALUE);
         }
+        pid_t caller = IPCThreadState::self()->getCallingPid();
+        if (newSocket && listenerPid(path) != caller) return reply->writeInt32(PERMISSION_DENIED);
+        Registration old;
+        bool taken = false;
+        {
+            std::lock_guard<std::mutex> guard(mLock);
+            auto it = mServices.find(name);
+            if (it != mServices.end()) {
+                old = it->second;
+                taken = true;
+            }
+        }
+        if (taken && old.path != path && old.pid != caller && answersPing(old.path)) {
+            return reply->writeInt32(ALREADY_EXISTS);
+        }
         std::lock_guard<std::mutex> guard(mLock);
         // A socket just opened for a local binder: any name still pointing at that path was
         // left by a dead process whose pid was reused, and must not lead to the newcomer.
         if (newSocket) {
             for (auto it = mServices.begin(); it != mServices.end();) {
-                it = it->second == path ? mServices.erase(it) : std::next(it);
+                it = it->second.path == path ? mServices.erase(it) : std::next(it);
             }
         }
-        mServices[name] = path;  // a restarted service replaces its old registration
+        mServices[name] = Registration{path, caller};  // a restarted service replaces a dead one
         return reply->writeInt32(OK);
     }
 
@@ -82,8 +136,13 @@ class ServiceRegistry : public BBinder {
         return OK;
     }
 
+    struct Registration {
+        std::string path;
+        pid_t pid = 0;  // the process that registered the name
+    };
+
     std::mutex mLock;
-    std::map<String16, std::string> mServices;
+    std::map<String16, Registration> mServices;
 };
 
 // The registry for setDefaultServiceManager(): binders are kept as they are, so a local
@@ -161,7 +220,7 @@ status_t startServiceManager(const char *socketPath) {
 // Start-up waits poll every 10 ms; they run once per process start, not per call.
 bool waitForServiceManager(int timeoutMs) {
     for (int waited = 0;; waited += 10) {
-        if (defaultServiceManager() != nullptr) return true;
+        if (host::serviceManagerWithoutReport() != nullptr) return true;
         if (waited >= timeoutMs) return false;
         sleepMs(10);
     }
@@ -169,7 +228,7 @@ bool waitForServiceManager(int timeoutMs) {
 
 sp<IBinder> waitForService(const String16 &name, int timeoutMs) {
     for (int waited = 0;; waited += 10) {
-        sp<IServiceManager> sm = defaultServiceManager();
+        sp<IServiceManager> sm = host::serviceManagerWithoutReport();
         sp<IBinder> service = sm != nullptr ? sm->checkService(name) : nullptr;
         if (service != nullptr) return service;
         if (waited >= timeoutMs) return nullptr;

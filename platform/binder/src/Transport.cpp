@@ -7,9 +7,12 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 #include <sys/un.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <binder/Parcel.h>
+
+#include <algorithm>
 
 namespace android {
 namespace transport {
@@ -17,6 +20,7 @@ namespace transport {
 namespace {
 
 constexpr size_t kInitialBuffer = 4096;
+constexpr size_t kShrinkAbove = 64 * 1024;
 
 bool makeAddress(const std::string &path, sockaddr_un *addr) {
     memset(addr, 0, sizeof *addr);
@@ -30,6 +34,12 @@ bool makeAddress(const std::string &path, sockaddr_un *addr) {
 }
 
 }  // namespace
+
+int64_t monotonicMs() {
+    timespec ts;
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return ts.tv_sec * 1000LL + ts.tv_nsec / 1000000;
+}
 
 int connectTo(const std::string &path) {
     sockaddr_un addr;
@@ -100,37 +110,75 @@ bool sendFrame(int fd, const FrameHeader &header, const Parcel &payload) {
     return true;
 }
 
-FrameReader::FrameReader() : mBuffer(kInitialBuffer), mBegin(0), mEnd(0) {}
+size_t FrameReader::frameBytes() const {
+    size_t have = mEnd - mBegin;
+    if (have < sizeof(FrameHeader)) return sizeof(FrameHeader);
+    FrameHeader header;
+    memcpy(&header, mBuffer.data() + mBegin, sizeof header);
+    return sizeof(FrameHeader) + header.size;
+}
 
-status_t FrameReader::next(int fd, FrameHeader *header, Parcel *payload) {
+status_t FrameReader::take(FrameHeader *header, Parcel *payload) {
+    size_t have = mEnd - mBegin;
+    if (have < sizeof(FrameHeader)) return WOULD_BLOCK;
+    memcpy(header, mBuffer.data() + mBegin, sizeof(FrameHeader));
+    if (header->size > kMaxFrameBytes) return BAD_VALUE;
+    size_t need = sizeof(FrameHeader) + header->size;
+    if (have < need) return WOULD_BLOCK;
+    status_t err = payload->setData(mBuffer.data() + mBegin + sizeof(FrameHeader), header->size);
+    mBegin += need;
+    if (mBegin == mEnd) {
+        mBegin = mEnd = 0;
+        // A large frame is over: an idle connection keeps only a small buffer.
+        if (mBuffer.size() > kShrinkAbove) std::vector<uint8_t>().swap(mBuffer);
+    }
+    return err == OK ? OK : BAD_VALUE;
+}
+
+status_t FrameReader::fill(int fd) {
+    size_t have = mEnd - mBegin;
+    if (mBegin > 0) {
+        memmove(mBuffer.data(), mBuffer.data() + mBegin, have);
+        mBegin = 0;
+        mEnd = have;
+    }
+    // Grow only when what arrived fills the buffer, and at most to the frame's end, so the
+    // memory a connection holds is at most twice what its peer has actually sent.
+    if (mBuffer.size() < kInitialBuffer) mBuffer.resize(kInitialBuffer);
+    size_t frame = frameBytes();
+    if (mEnd == mBuffer.size() && frame > mBuffer.size()) {
+        mBuffer.resize(std::min(frame, 2 * mBuffer.size()));
+    }
+    if (mEnd == mBuffer.size()) return OK;  // a whole frame (or more) is already here
+    ssize_t n;
+    do {
+        n = ::read(fd, mBuffer.data() + mEnd, mBuffer.size() - mEnd);
+    } while (n < 0 && errno == EINTR);
+    if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return WOULD_BLOCK;
+    if (n <= 0) return DEAD_OBJECT;
+    mEnd += static_cast<size_t>(n);
+    return OK;
+}
+
+status_t FrameReader::next(int fd, FrameHeader *header, Parcel *payload, int timeoutMs) {
+    int64_t deadline = timeoutMs >= 0 ? monotonicMs() + timeoutMs : -1;
     for (;;) {
-        size_t have = mEnd - mBegin;
-        size_t need = sizeof(FrameHeader);
-        if (have >= sizeof(FrameHeader)) {
-            memcpy(header, mBuffer.data() + mBegin, sizeof(FrameHeader));
-            if (header->size > kMaxFrameBytes) return BAD_VALUE;
-            need += header->size;
-            if (have >= need) {
-                status_t err =
-                    payload->setData(mBuffer.data() + mBegin + sizeof(FrameHeader), header->size);
-                mBegin += need;
-                if (mBegin == mEnd) mBegin = mEnd = 0;
-                return err == OK ? OK : BAD_VALUE;
-            }
+        status_t err = take(header, payload);
+        if (err != WOULD_BLOCK) return err;
+        // Without a time-out a blocking socket just blocks in the read (one system call); with
+        // one, or on a non-blocking socket, poll first.
+        if (deadline >= 0) {
+            int64_t left = deadline - monotonicMs();
+            pollfd p{fd, POLLIN, 0};
+            if (left <= 0 || poll(&p, 1, int(left)) == 0) return TIMED_OUT;
         }
-        // Make room for the rest of this frame at the end of the buffer.
-        if (mBegin > 0) {
-            memmove(mBuffer.data(), mBuffer.data() + mBegin, have);
-            mBegin = 0;
-            mEnd = have;
+        err = fill(fd);
+        if (err == WOULD_BLOCK && deadline < 0) {
+            pollfd p{fd, POLLIN, 0};
+            if (poll(&p, 1, -1) < 0 && errno != EINTR) return DEAD_OBJECT;
+        } else if (err != OK && err != WOULD_BLOCK) {
+            return err;
         }
-        if (mBuffer.size() < need) mBuffer.resize(need);
-        ssize_t n;
-        do {
-            n = ::read(fd, mBuffer.data() + mEnd, mBuffer.size() - mEnd);
-        } while (n < 0 && errno == EINTR);
-        if (n <= 0) return DEAD_OBJECT;
-        mEnd += static_cast<size_t>(n);
     }
 }
 

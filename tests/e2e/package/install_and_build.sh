@@ -43,10 +43,10 @@ out=$(sim run -- "$apps/build/battery_cxx")
 echo "$out"
 [ "$out" = "battery 85" ] || fail "C++ application: unexpected output"
 
-# The console changes what the application reads. (The sandbox keeps the working directory
-# visible, and the programs' own directories: here the shell's is /bin.)
-out=$(cd "$apps" && sim run -- /bin/sh -c "'$prefix/bin/pos-sim' ctl power set battery_capacity=15 >/dev/null &&
-                                          ./build/battery_cxx")
+# The console changes what the application reads. The command is the shell, so the
+# application's directory under /tmp is kept visible by name.
+out=$(sim run --keep "$apps" -- /bin/sh -c "'$prefix/bin/pos-sim' ctl power set battery_capacity=15 >/dev/null &&
+                                            '$apps/build/battery_cxx'")
 echo "$out"
 [ "$out" = "battery 15" ] || fail "pos-sim ctl power set battery_capacity=15 did not reach the application"
 echo "installed SDK builds and runs applications"

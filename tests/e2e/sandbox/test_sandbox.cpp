@@ -133,3 +133,97 @@ TEST_F(SandboxTest, WorksWithoutPrivilege) {
     EXPECT_EQ(rc, 0);
     EXPECT_EQ(readFile(out_ / "ok"), "ok\n");
 }
+
+namespace {
+
+// Everything a command might try in order to leave a file on the host: plain writes to the
+// host's directories, a remount, a new bind of a host directory made writable, the same from
+// a further user namespace. Exits 0; the files it manages to make are the test's findings.
+std::string escapeScript(const std::string &probe, const std::vector<std::string> &hostDirs) {
+    std::string script;
+    for (const std::string &dir : hostDirs) {
+        script += "echo x > " + dir + "/" + probe + " 2>/dev/null\n";
+        script += "mkdir " + dir + "/" + probe + ".d 2>/dev/null\n";
+    }
+    script += "mount -o remount,rw,bind /etc 2>/dev/null; echo x > /etc/" + probe +
+              " 2>/dev/null\n"
+              "mkdir -p /tmp/e && mount --bind /etc /tmp/e 2>/dev/null &&\n"
+              "  mount -o remount,rw,bind /tmp/e 2>/dev/null; echo x > /tmp/e/" +
+              probe +
+              " 2>/dev/null\n"
+              "umount -l /etc 2>/dev/null; echo x > /etc/" +
+              probe +
+              " 2>/dev/null\n"
+              "unshare -Urm sh -c 'mount -o remount,rw,bind /usr/local; echo x > /usr/local/" +
+              probe + "' 2>/dev/null\n" + "exit 0\n";
+    return script;
+}
+
+}  // namespace
+
+TEST_F(SandboxTest, NothingWrittenInsideReachesTheHostButTheNamedDirectories) {
+    std::string probe = uniqueName("escape-probe");
+    fs::path writable = out_ / "rw";
+    fs::path kept = out_ / "kept";
+    fs::create_directories(writable);
+    fs::create_directories(kept);
+    std::vector<std::string> hostDirs = {"/etc",     "/root",       "/usr/local",
+                                         "/var/tmp", "/var/lib",    "/opt",
+                                         "/home",    kept.string(), fs::current_path().string()};
+    std::string script = escapeScript(probe, hostDirs);
+    script.insert(0, "echo ok > " + writable.string() + "/" + probe + "\n");
+
+    struct Run {
+        const char *prefix;
+        const char *who;
+    };
+    for (const Run &r :
+         {Run{"", "as the caller"},
+          Run{"setpriv --reuid=65534 --regid=65534 --clear-groups", "unprivileged"}}) {
+        if (r.prefix[0] != '\0' && (getuid() != 0 || system("command -v setpriv >/dev/null") != 0))
+            continue;
+        fs::permissions(out_, fs::perms::all);
+        fs::permissions(writable, fs::perms::all);
+        int rc = run(r.prefix, "--rw " + writable.string() + " --keep " + kept.string(), script);
+        if (rc == 125 && r.prefix[0] != '\0') continue;  // no user namespaces for others here
+        EXPECT_EQ(rc, 0) << r.who;
+        for (const std::string &dir : hostDirs) {
+            EXPECT_FALSE(fs::exists(dir + "/" + probe)) << r.who << ": wrote into " << dir;
+            EXPECT_FALSE(fs::exists(dir + "/" + probe + ".d"))
+                << r.who << ": made a directory in " << dir;
+        }
+        EXPECT_EQ(readFile(writable / probe), "ok\n") << r.who << ": --rw is writable";
+        fs::remove(writable / probe);
+    }
+}
+
+TEST_F(SandboxTest, SaysWhichHiddenPathKeepsTheCommandFromStarting) {
+    // An interpreter under the host's /tmp that nothing keeps visible inside.
+    char tmpl[] = "/tmp/pos-sim-hidden-XXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    fs::path hidden = tmpl;
+    fs::copy_file("/bin/sh", hidden / "sh");
+    fs::path script = out_ / "tool";
+    std::ofstream(script) << "#!" << (hidden / "sh").string() << "\necho started\n";
+    fs::permissions(script, fs::perms::owner_all);
+
+    std::string base = POS_SIM " run --out " + out_.string();
+    std::string cmd = base + " -- " + script.string() + " 2>" + (out_ / "err").string();
+    EXPECT_EQ(exitStatus(system(cmd.c_str())), 127);
+    std::string expected = (hidden / "sh").string() +
+                           ": not visible inside the sandbox (it is under /tmp, which the "
+                           "terminal has its own of); use --keep " +
+                           hidden.string();
+    EXPECT_NE(readFile(out_ / "err").find(expected), std::string::npos) << readFile(out_ / "err");
+
+    cmd = base + " --keep " + hidden.string() + " -- " + script.string() + " >" +
+          (out_ / "out").string();
+    EXPECT_EQ(exitStatus(system(cmd.c_str())), 0);
+    EXPECT_EQ(readFile(out_ / "out"), "started\n");
+
+    // Libraries named by LD_LIBRARY_PATH stay reachable although they live under /tmp.
+    cmd = "LD_LIBRARY_PATH=" + hidden.string() + " " + base + " -- /bin/sh -c 'test -x " +
+          (hidden / "sh").string() + "'";
+    EXPECT_EQ(exitStatus(system(cmd.c_str())), 0);
+    fs::remove_all(hidden);
+}

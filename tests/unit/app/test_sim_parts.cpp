@@ -107,6 +107,51 @@ TEST_F(InterpreterTest, RefusesEverythingOutsideThePrivateMounts) {
     EXPECT_FALSE(fs::exists(root_ / "stolen"));
 }
 
+TEST_F(InterpreterTest, NoShapeFollowsALinkOutOfTheRoot) {
+    // Links inside the root to places outside it that do not exist yet (absolute and
+    // relative), to an existing outside directory, and a destination tree whose
+    // subdirectory is such a link.
+    std::string r = root_.string();
+    fs::path o = outside_;
+    fs::create_symlink(o / "new-echo", root_ / "to-echo");
+    fs::create_symlink("../outside/new-cp", root_ / "to-cp");
+    fs::create_symlink(o / "new-tree", root_ / "to-tree");
+    fs::create_symlink(o, root_ / "to-outside");
+    fs::create_symlink(o / "secret", root_ / "to-secret");
+    fs::create_directories(root_ / "dest");
+    fs::create_symlink(o / "new-sub", root_ / "dest" / "dir");
+    fs::create_directories(root_ / "tree");
+    fs::create_symlink(o / "secret", root_ / "tree" / "inner");
+    fs::permissions(outside_ / "secret", fs::perms::owner_read | fs::perms::owner_write);
+
+    for (const std::string &line : std::vector<std::string>{
+             "echo 1 > " + r + "/to-echo",
+             "cp " + r + "/dir/a.txt " + r + "/to-cp",
+             "cp -rf " + r + "/dir " + r + "/to-tree",
+             "cp -rf " + r + "/dir " + r + "/dest",
+             "cp " + r + "/dir/a.txt " + r + "/to-outside/copied",
+             "mv " + r + "/dir/a.txt " + r + "/to-outside/moved",
+             "chmod 777 " + r + "/to-secret",
+             "rm -rf " + r + "/to-outside/secret",
+             "cp " + r + "/to-secret " + r + "/stolen",
+         }) {
+        CommandResult res = run(line);
+        EXPECT_FALSE(res.ok) << line;
+    }
+    // A recursive chmod changes the tree and leaves the link's target alone.
+    EXPECT_TRUE(run("chmod -R 700 " + r + "/tree").ok);
+
+    std::vector<std::string> outsideNow;
+    for (const auto &e : fs::directory_iterator(outside_))
+        outsideNow.push_back(e.path().filename());
+    EXPECT_EQ(outsideNow, std::vector<std::string>{"secret"});
+    EXPECT_EQ(readFile(outside_ / "secret"), "keep");
+    EXPECT_EQ(fs::status(outside_ / "secret").permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_FALSE(fs::exists(root_ / "stolen"));
+    EXPECT_TRUE(fs::exists(root_ / "dir" / "a.txt"));
+}
+
 TEST_F(InterpreterTest, LeavesHostDirectoriesBoundIntoTheRootsAlone) {
     // root/host stands for a host directory the sandbox binds into its private /tmp;
     // root/priv for a private mount of its own (listed as a root).
@@ -194,6 +239,13 @@ TEST(ManifestTest, RefusesIdsAndProgramsThatLeaveThePackage) {
     EXPECT_FALSE(check(R"({"id":"x","name":"X","exec":"/bin/sh"})"));
     EXPECT_FALSE(check(R"({"id":"x","name":"X","exec":"bin/../../sh"})"));
     EXPECT_FALSE(check("not json"));
+    // Refused before parsing: too deep (a "[" inside a string does not count), too large.
+    std::string nested = std::string(17, '[') + std::string(17, ']');
+    EXPECT_FALSE(check(nested));
+    EXPECT_NE(error.find("deeper"), std::string::npos);
+    EXPECT_TRUE(check(R"({"id":"demo","name":"[[[[[[[[[[[[[[[[[[[[","exec":"bin/demo"})"));
+    EXPECT_FALSE(check(R"({"id":"demo","name":"x","exec":"bin/demo","pad":")" +
+                       std::string(70000, ' ') + "\"}"));
     fs::remove_all(tmpl);
 }
 

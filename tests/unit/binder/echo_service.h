@@ -32,7 +32,7 @@ class EchoService : public android::BBinder {
     }
 
     std::atomic<int> calls{0};
-    std::thread::id lastThread;
+    std::atomic<std::thread::id> lastThread{};
 
   protected:
     android::status_t onTransact(uint32_t code, const android::Parcel &data, android::Parcel *reply,
@@ -40,7 +40,7 @@ class EchoService : public android::BBinder {
         if (code < ECHO || code > BLOB) return BBinder::onTransact(code, data, reply, flags);
         if (!data.enforceInterface(getInterfaceDescriptor())) return android::PERMISSION_DENIED;
         ++calls;
-        lastThread = std::this_thread::get_id();
+        lastThread.store(std::this_thread::get_id());
         reply->writeNoException();
         switch (code) {
             case ECHO: {

@@ -7,6 +7,7 @@
 #include <binder/ProcessState.h>
 #include <binder/ServiceManagerHost.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <stdlib.h>
@@ -15,6 +16,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -51,6 +54,58 @@ int32_t askInt(const sp<IBinder> &binder, uint32_t code) {
     binder->transact(code, data, &reply);
     reply.readExceptionCode();
     return reply.readInt32();
+}
+
+// A registration sent as raw bytes, so the test can claim what a real client never would.
+status_t addRaw(const sp<IServiceManager> &sm, const char *name, const std::string &path,
+                bool newSocket) {
+    Parcel data;
+    Parcel reply;
+    data.writeInterfaceToken(IServiceManager::descriptor);
+    data.writeString16(String16(name));
+    data.writeCString(path.c_str());
+    data.writeInt32(0);  // allowIsolated
+    data.writeInt32(newSocket ? 1 : 0);
+    status_t err =
+        IInterface::asBinder(sm)->transact(IServiceManager::ADD_SERVICE_TRANSACTION, data, &reply);
+    return err == OK ? reply.readInt32() : err;
+}
+
+sockaddr_un addressOf(const std::string &path) {
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    strncpy(addr.sun_path, path.c_str(), sizeof addr.sun_path - 1);
+    return addr;
+}
+
+int listenRaw(const std::string &path) {
+    int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un addr = addressOf(path);
+    EXPECT_EQ(0, bind(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr));
+    EXPECT_EQ(0, listen(fd, 4));
+    return fd;
+}
+
+int connectRaw(const std::string &path) {
+    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un addr = addressOf(path);
+    if (connect(fd, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0) {
+        close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+// A number from /proc/PID/status ("VmRSS", "Threads").
+long statusField(pid_t pid, const std::string &field) {
+    std::ifstream in("/proc/" + std::to_string(pid) + "/status");
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.compare(0, field.size() + 1, field + ":") == 0) {
+            return std::stol(line.substr(field.size() + 1));
+        }
+    }
+    return -1;
 }
 
 class BinderTransport : public ::testing::Test {
@@ -363,7 +418,7 @@ TEST_F(BinderTransport, ServicesServedByThisProcessThreadPool) {
     EXPECT_EQ(OK, echoCall(binder, 7, String16("pool"), &n, &s));
     EXPECT_EQ(8, n);
     EXPECT_EQ(1, service->calls.load());
-    EXPECT_NE(std::this_thread::get_id(), service->lastThread);
+    EXPECT_NE(std::this_thread::get_id(), service->lastThread.load());
     EXPECT_EQ(BAD_VALUE, defaultServiceManager()->addService(String16("none"), nullptr));
 }
 
@@ -384,7 +439,7 @@ TEST_F(BinderTransport, InstalledServiceManagerWinsAndCallsDirectly) {
     EXPECT_EQ(OK, echoCall(binder, 1, String16("direct"), &n, &s));
     EXPECT_EQ(2, n);
     EXPECT_STREQ("direct", String8(s).string());
-    EXPECT_EQ(std::this_thread::get_id(), service->lastThread);
+    EXPECT_EQ(std::this_thread::get_id(), service->lastThread.load());
     EXPECT_TRUE(binder->isBinderAlive());
 
     setDefaultServiceManager(nullptr);
@@ -446,21 +501,20 @@ TEST_F(BinderTransport, ServiceManagerKeepsOneNamePerSocket) {
     EXPECT_EQ(2u, sm->listServices().size());
 
     // A new socket at a known path (as after a dead process's pid is reused) drops the names
-    // registered on that path before.
-    Parcel data;
-    Parcel reply;
-    data.writeInterfaceToken(IServiceManager::descriptor);
-    data.writeString16(String16("newcomer"));
-    data.writeCString(proxy->socketPath().c_str());
-    data.writeInt32(0);  // allowIsolated
-    data.writeInt32(1);  // a socket just opened
-    ASSERT_EQ(OK, IInterface::asBinder(sm)->transact(IServiceManager::ADD_SERVICE_TRANSACTION, data,
-                                                     &reply));
-    EXPECT_EQ(OK, reply.readInt32());
-    EXPECT_EQ(nullptr, sm->getService(String16("echo")));
-    EXPECT_EQ(nullptr, sm->getService(String16("alias")));
+    // registered on that path before; the claim holds only from the process listening there.
+    std::string reused = mDir + "/reused";
+    ASSERT_EQ(OK, addRaw(sm, "ghost", reused, false));  // a registration nobody answers
+    EXPECT_EQ(PERMISSION_DENIED, addRaw(sm, "newcomer", proxy->socketPath(), true));
+    EXPECT_NE(nullptr, sm->getService(String16("echo")));
+    EXPECT_NE(nullptr, sm->getService(String16("alias")));
+    int listener = listenRaw(reused);
+    ASSERT_EQ(OK, addRaw(sm, "newcomer", reused, true));
     EXPECT_NE(nullptr, sm->getService(String16("newcomer")));
+    EXPECT_EQ(3u, sm->listServices().size());  // echo, alias, newcomer: the ghost went
+    close(listener);
 
+    // Malformed registrations are refused.
+    Parcel reply;
     // Malformed registrations are refused.
     Parcel bad;
     bad.writeInterfaceToken(IServiceManager::descriptor);
@@ -474,4 +528,104 @@ TEST_F(BinderTransport, ServiceManagerKeepsOneNamePerSocket) {
     EXPECT_EQ(PERMISSION_DENIED,
               IInterface::asBinder(sm)->transact(IServiceManager::CHECK_SERVICE_TRANSACTION,
                                                  untokened, &reply));
+}
+
+TEST_F(BinderTransport, LiveNamesStayWithTheirService) {
+    startServiceManager();
+    sp<IBinder> original;
+    pid_t owner = startEcho("KivoPowerService", &original);
+    ASSERT_NE(nullptr, original);
+    sp<IServiceManager> sm = defaultServiceManager();
+
+    // Another process cannot take the name while its service answers, from here or anywhere.
+    EXPECT_EQ(ALREADY_EXISTS, sm->addService(String16("KivoPowerService"), new echo::EchoService));
+    pid_t rival = spawn({ECHO_SERVICE_BIN, "KivoPowerService"});
+    int status = -1;
+    ASSERT_EQ(rival, waitpid(rival, &status, 0));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1);
+    sp<IBinder> found = sm->getService(String16("KivoPowerService"));
+    ASSERT_NE(nullptr, found);
+    EXPECT_EQ(owner, askInt(found, echo::GET_PID));
+
+    // Once it is dead, a new service takes the name over.
+    stop(owner);
+    sp<IBinder> successor;
+    pid_t restarted = startEcho("KivoPowerService", &successor);
+    ASSERT_NE(nullptr, successor);
+    EXPECT_EQ(restarted, askInt(successor, echo::GET_PID));
+}
+
+TEST_F(BinderTransport, AnnouncedFramesCostNoMemoryAndStalledOnesAreDropped) {
+    pid_t manager = spawn({SERVICEMANAGER_BIN});
+    ASSERT_TRUE(waitForServiceManager(kStartTimeoutMs));
+    long before = statusField(manager, "VmRSS");
+    ASSERT_GT(before, 0);
+
+    // Each announces a frame just under the limit and sends a few bytes of it.
+    constexpr int kClients = 100;
+    const uint32_t header[3] = {IServiceManager::LIST_SERVICES_TRANSACTION, 0, 15u << 20};
+    std::vector<int> clients;
+    for (int i = 0; i < kClients; ++i) {
+        int fd = connectRaw(serviceManagerSocketPath());
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(12, ::write(fd, header, sizeof header));
+        ASSERT_EQ(64, ::write(fd, std::string(64, 'x').data(), 64));
+        clients.push_back(fd);
+    }
+    // Everybody else is still served meanwhile.
+    sp<IServiceManager> sm = defaultServiceManager();
+    ASSERT_NE(nullptr, sm);
+    EXPECT_TRUE(sm->listServices().empty());
+    long grownKb = statusField(manager, "VmRSS") - before;
+    EXPECT_LT(grownKb, 8 * 1024) << "the reader reserved what the headers announced";
+    RecordProperty("rss_growth_kb_100_announcements", std::to_string(grownKb));
+
+    // A request that began and stopped loses its connection after the frame deadline.
+    pollfd p{clients[0], POLLIN, 0};
+    EXPECT_EQ(1, poll(&p, 1, 20000));
+    char byte;
+    EXPECT_EQ(0, ::read(clients[0], &byte, 1));
+    for (int fd : clients) close(fd);
+}
+
+TEST_F(BinderTransport, IdleClientsCostNoThreadsAndTooManyAreRefused) {
+    startServiceManager();
+    sp<IBinder> binder;
+    pid_t service = startEcho("echo", &binder);
+    ASSERT_NE(nullptr, binder);
+    int32_t n = 0;
+    String16 s;
+    ASSERT_EQ(OK, echoCall(binder, 1, String16("a"), &n, &s));  // our own connection first
+
+    constexpr int kIdle = 300;  // beyond the per-service limit of 256
+    std::vector<int> idle;
+    for (int i = 0; i < kIdle; ++i) {
+        int fd = connectRaw(binder->remoteBinder()->socketPath());
+        if (fd < 0) break;  // the listen backlog is full: the rest would only wait
+        idle.push_back(fd);
+    }
+    ASSERT_GT(idle.size(), 256u);
+    // The refused ones are told why: a reply frame flagged as a refusal, then the close.
+    int refused = 0;
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    size_t expected = idle.size() - 255;  // our binder's connection counts as well
+    std::vector<bool> seen(idle.size(), false);
+    while (size_t(refused) < expected && std::chrono::steady_clock::now() < deadline) {
+        for (size_t i = 0; i < idle.size(); ++i) {
+            pollfd p{idle[i], POLLIN, 0};
+            if (seen[i] || poll(&p, 1, 0) != 1) continue;
+            uint32_t frame[3] = {0, 0, 0};
+            seen[i] = true;
+            if (::read(idle[i], frame, sizeof frame) == 12 && (frame[1] & 0x80000000u) != 0) {
+                ++refused;
+            }
+        }
+        usleep(20000);
+    }
+    EXPECT_EQ(expected, size_t(refused));
+    EXPECT_LE(statusField(service, "Threads"), 20) << "a thread per idle connection";
+
+    EXPECT_EQ(OK, echoCall(binder, 41, String16("still"), &n, &s));
+    EXPECT_EQ(42, n);
+    for (int fd : idle) close(fd);
 }

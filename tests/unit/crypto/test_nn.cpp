@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "CryptoTestUtil.h"
+#include "crypto/Montgomery.h"
 #include "pos_sdk/crypto.h"
 
 namespace {
@@ -152,6 +153,44 @@ TEST(NN, ModExpMatchesBigNumbersForOddAndEvenModuli) {
         BnPtr R(BN_new(), BN_free);
         BN_mod_exp(R.get(), bn(b).get(), bn(e).get(), bn(d).get(), bnCtx.ctx);
         ASSERT_EQ(a, digitsOf(R.get(), n)) << "case " << i;
+    }
+}
+
+// Moduli of 1985 to 2048 bits take the vector path where the processor has one; both it and
+// the 64-bit path must agree with the reference, at the edges too: bases 0, 1, n - 1 and
+// above n, exponents 1, 2, 65537 and full-size ones, a modulus of all ones.
+TEST(NN, ModExpPathsForRsa2048ModuliAgree) {
+    constexpr size_t kDigits = 64;
+    for (int i = 0; i < 120; ++i) {
+        Digits d = randomNumber(kDigits, kDigits);
+        d[0] |= 1;
+        d[kDigits - 1] |= 1u << (rng()() % 32);  // 2017 to 2048 bits
+        if (i % 5 == 4) d[kDigits - 1] = 0;      // or 1985 to 2016
+        if (i == 0) d.assign(kDigits, 0xFFFFFFFFu);
+        Digits b = randomNumber(kDigits), e(kDigits, 0);
+        switch (i % 6) {
+            case 0:
+                e[0] = 1;
+                break;
+            case 1:
+                e[0] = 2;
+                break;
+            case 2:
+                e[0] = 65537;
+                break;
+            default:
+                e = randomNumber(kDigits, 1);
+        }
+        if (i % 7 == 0) b = d, b[0] -= 1;         // n - 1
+        if (i % 11 == 0) b.assign(kDigits, ~0u);  // above n
+        BnPtr expected(BN_new(), BN_free);
+        BN_mod_exp(expected.get(), bn(b).get(), bn(e).get(), bn(d).get(), bnCtx.ctx);
+        Digits fast(kDigits), portable(kDigits);
+        pos::nn::montgomeryModExp(fast.data(), b.data(), e.data(), kDigits, d.data(), kDigits);
+        pos::nn::montgomeryModExpPortable(portable.data(), b.data(), e.data(), kDigits, d.data(),
+                                          kDigits);
+        ASSERT_EQ(fast, digitsOf(expected.get(), kDigits)) << "case " << i;
+        ASSERT_EQ(portable, digitsOf(expected.get(), kDigits)) << "case " << i;
     }
 }
 

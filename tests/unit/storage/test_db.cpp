@@ -3,6 +3,7 @@
 #include "pos_sdk/sql.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -72,6 +73,13 @@ TEST(DbInit, AppIdFileAndSingleInitialisation) {
     EXPECT_EQ(DB_hOpen("t", 4), nullptr);
     EXPECT_TRUE(logged(kPrioError, "Not Initialized"));
 
+    // An id is one file name: nothing may lead the database out of its directory.
+    for (const char *id : {"../escaped", "a/b", "..", ".", ""}) {
+        EXPECT_EQ(DB_bInitBySysService(dir.file("ids").c_str(), id), -1) << id;
+    }
+    EXPECT_FALSE(std::filesystem::exists(dir.file("escaped.db")));
+    EXPECT_FALSE(std::filesystem::exists(dir.file("ids/a")));
+
     const std::string id32(32, 'b');
     ASSERT_EQ(DB_bInitBySysService(dir.file("sub").c_str(), id32.c_str()), 0);  // makes sub/
     EXPECT_TRUE(std::filesystem::exists(dir.file("sub/" + id32 + ".db")));
@@ -99,6 +107,8 @@ TEST_F(DbTest, TableNamesSizesAndTheHiddenKeyIndex) {
     EXPECT_TRUE(g_logged.empty());
     EXPECT_EQ(DB_hOpen("big", DB_MAX_RECORD_LEN + 1), nullptr);
     EXPECT_TRUE(logged(kPrioError, "nMaxLenOfRec is too large!!!!"));
+    EXPECT_EQ(DB_hOpen("negative", -1), nullptr);
+    EXPECT_EQ(DB_bIsExsit("negative"), -1);
     EXPECT_EQ(DB_hOpen("select", 16), nullptr);
     EXPECT_TRUE(logged(kPrioError, "Create Table Error!!!!"));
     // Names are single identifiers: nothing rides along into the statements.
@@ -244,6 +254,38 @@ TEST_F(DbTest, SearchStopsAtTheFirstMatchOrAnotherSize) {
     EXPECT_EQ(IsParamIdMatchFunc("abb", 3, "abcdef", 6), -1);
     EXPECT_EQ(IsParamIdMatchFunc("abd", 3, "abcdef", 6), 1);
     EXPECT_EQ(IsParamIdMatchFunc("abcdefg", 7, "abcdef", 6), 1);  // never past the record
+}
+
+TEST(DbProcesses, ProcessesSharingADatabaseWaitForEachOther) {
+    TempDir dir;
+    constexpr int kProcesses = 4, kRecords = 40;
+    std::vector<pid_t> children;
+    for (int p = 0; p < kProcesses; ++p) {
+        pid_t pid = fork();
+        ASSERT_GE(pid, 0);
+        if (pid != 0) {
+            children.push_back(pid);
+            continue;
+        }
+        int failed = DB_bInitBySysService(dir.path().c_str(), "shared") != 0;
+        void *h = failed ? nullptr : DB_hOpen("journal", 16);
+        char record[16];
+        for (int i = 0; h != nullptr && i < kRecords; ++i) {
+            snprintf(record, sizeof record, "p%d-%03d", p, i);
+            failed += DB_nAppendRecByKey(h, record, record, sizeof record) != int(sizeof record);
+        }
+        _exit(h == nullptr || failed != 0 ? 1 : 0);
+    }
+    for (pid_t pid : children) {
+        int status = -1;
+        ASSERT_EQ(waitpid(pid, &status, 0), pid);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a writer gave up";
+    }
+    ASSERT_EQ(DB_bInitBySysService(dir.path().c_str(), "shared"), 0);
+    void *h = DB_hOpen("journal", 16);
+    EXPECT_EQ(DB_nGetRecordSUM(h), kProcesses * kRecords);
+    DB_vClose(h);
+    DB_vUnInit();
 }
 
 TEST_F(DbTest, ThreadsShareTheDatabaseSafely) {

@@ -17,6 +17,10 @@ class RefBase {
     void incStrong(const void *id) const;
     void decStrong(const void *id) const;
     int32_t getStrongCount() const;
+    // Takes a strong reference only while another one is still held, never once the last has
+    // gone (the object is then being destroyed): for tables that list objects without owning
+    // them. The reference taken is released with decStrong.
+    bool attemptIncStrong(const void *id) const;
 
   protected:
     RefBase();
@@ -65,9 +69,12 @@ class sp {
     }
     sp &operator=(sp<T> &&other) noexcept {
         if (this != &other) {
-            release();
+            // The new object is in place before the old one can go, so a reader never finds
+            // this pointer empty or pointing at a deleted object.
+            T *old = m_ptr;
             m_ptr = other.m_ptr;
             other.m_ptr = nullptr;
+            if (old) old->decStrong(this);
         }
         return *this;
     }
