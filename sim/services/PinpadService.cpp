@@ -269,8 +269,8 @@ PinpadService::PinpadService(const json &section)
     text(P::GET_KCV, [this](const Parcel &r) { return checkValueOf(r); });
     status(P::DUKPT_WRITE_KEY, [this](const Parcel &r) { return writeDukptKey(r); });
     text(P::DUKPT_GET_PIN_BLOCK, [this](const Parcel &r) { return startEntry(r, true); });
-    text(P::DUKPT_GET_MAC, [this](const Parcel &r) { return dukptMac(r); });
-    text(P::DUKPT_GET_DES, [this](const Parcel &r) { return dukptDes(r); });
+    text(P::DUKPT_GET_MAC, [this](const Parcel &r) { return dukptCipher(r, true); });
+    text(P::DUKPT_GET_DES, [this](const Parcel &r) { return dukptCipher(r, false); });
     text(P::DUKPT_GET_KSN, [this](const Parcel &r) {
         requireOpen();
         return answer(kDone, pinpad::toHex(dukptAt(r.readInt32()).ksn.data(), 10));
@@ -563,24 +563,18 @@ int PinpadService::writeDukptKey(const Parcel &request) {
     return kDone;
 }
 
-// Request "INDEX|MODE|DATA": a MAC under the current transaction key; "0|MAC|KSN".
-std::string PinpadService::dukptMac(const Parcel &request) {
+// Request "INDEX|MODE|DATA" under the current transaction key: a MAC (its MAC variant) or
+// the data enciphered (its data variant); "0|RESULT|KSN".
+std::string PinpadService::dukptCipher(const Parcel &request, bool mac) {
     requireOpen();
     std::vector<std::string> f = fieldsOf(request, 3, 3);
     DukptKey &key = dukptAt(indexOf(f[0], kMaxDukptIndex));
-    Data data = dataField(f[2], false);
-    Block mac = macOf(pinpad::dukptMacKey(currentDukptKey(key)), f[1], data);
-    return answer(kDone, pinpad::toHex(mac) + "|" + pinpad::toHex(key.ksn.data(), 10));
-}
-
-// Request "INDEX|MODE|DATA": data under the current transaction key; "0|DATA|KSN".
-std::string PinpadService::dukptDes(const Parcel &request) {
-    requireOpen();
-    std::vector<std::string> f = fieldsOf(request, 3, 3);
-    DukptKey &key = dukptAt(indexOf(f[0], kMaxDukptIndex));
-    Data data = dataField(f[2], true);
-    Data out = cipher(pinpad::dukptDataKey(currentDukptKey(key)), f[1], data);
-    return answer(kDone, pinpad::toHex(out) + "|" + pinpad::toHex(key.ksn.data(), 10));
+    Data data = dataField(f[2], !mac);
+    Data transactionKey = currentDukptKey(key);
+    std::string result =
+        mac ? pinpad::toHex(macOf(pinpad::dukptMacKey(transactionKey), f[1], data))
+            : pinpad::toHex(cipher(pinpad::dukptDataKey(transactionKey), f[1], data));
+    return answer(kDone, result + "|" + pinpad::toHex(key.ksn.data(), 10));
 }
 
 // Request "MIN|MAX": the PIN lengths entry accepts, 4 to 12.

@@ -76,8 +76,7 @@ class PinpadService : public SimService {
     std::string dataDeal(const android::Parcel &request);
     std::string mac(const android::Parcel &request, bool verify);
     int writeDukptKey(const android::Parcel &request);
-    std::string dukptMac(const android::Parcel &request);
-    std::string dukptDes(const android::Parcel &request);
+    std::string dukptCipher(const android::Parcel &request, bool mac);
     int setPinLimits(const android::Parcel &request);
 
     // PIN entry.

@@ -90,8 +90,10 @@ void testPinEntry(Checks &checks, BpTransferHub *hub, const Expectations &expect
     }
     const std::string &pin = *expected.scriptedPin;
     Bytes block = tripleDes(bytes(kPinKey), formatZero(pin, kPan));
-    expectAnswer(checks, "scripted PIN taken, format 0 PIN block under PIN key 99",
-                 hub->IPinpadGetPinResult(), "0|" + hex(block.data(), 8));
+    expectAnswer(
+        checks,
+        "scripted PIN taken: format 0 PIN block " + hex(block.data(), 8) + " under PIN key 99",
+        hub->IPinpadGetPinResult(), "0|" + hex(block.data(), 8));
 }
 
 }  // namespace

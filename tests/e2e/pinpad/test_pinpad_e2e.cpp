@@ -99,6 +99,42 @@ TEST_F(Pinpad, DukptPinBlocksMatchThePublishedVectors) {
     EXPECT_EQ(text(hub.IPinpadDUKPTGetPinResult()), "0|EDABBA23221833FE|FFFF9876543210E0000A");
 }
 
+// The variant for MASK of the published transaction key of counter 1.
+std::string counterOneVariant(const char *mask) {
+    Data key = fromHex("042666B49184CFA368DE9628D0397BC9"), variant = fromHex(mask);
+    for (int i = 0; i < 16; ++i) key[i] ^= variant[i];
+    return toHex(key);
+}
+
+TEST_F(Pinpad, DukptMacsAndDataUseTheTransactionOfTheLastPinBlock) {
+    ASSERT_EQ(hub.IPinpadDUKPTWriteKey("0|0|6AC292FAA1315B4D858AB3A3D7D5933A|FFFF9876543210E00000"),
+              0);
+    hub.IPinpadDUKPTGetPinBlock("0|4012345678909", 30);
+    console({"pinpad", "event", "pin", "digits=1234"});
+    ASSERT_EQ(text(hub.IPinpadDUKPTGetPinResult()), "0|1B9C1845EB993A7A|FFFF9876543210E00001");
+
+    // X9.19 under the MAC variant: single DES CBC under its left half, then the last block
+    // decrypted under the right half and encrypted under the left.
+    std::string macKey = counterOneVariant("000000000000FF00000000000000FF00");
+    Data message = fromHex("4E6F77206973207468652074696D6520666F7220616C6C20"), chain(8, 0);
+    for (size_t at = 0; at < message.size(); at += 8) {
+        for (int i = 0; i < 8; ++i) chain[i] ^= message[at + i];
+        chain = encrypt(macKey.substr(0, 16), chain);
+    }
+    chain = encrypt(macKey.substr(16), chain, false);
+    chain = encrypt(macKey.substr(0, 16), chain);
+    EXPECT_EQ(text(hub.IPinpadDUKPTGetMac("0|1|4E6F77206973207468652074696D6520666F7220616C6C20")),
+              "0|" + toHex(chain) + "|FFFF9876543210E00001");
+
+    // The data variant made one-way: each half encrypted under the variant itself.
+    std::string variant = counterOneVariant("0000000000FF00000000000000FF0000");
+    std::string dataKey = toHex(encrypt(variant, fromHex(variant)));
+    EXPECT_EQ(
+        text(hub.IPinpadDUKPTGetDes("0|0|0011223344556677")),
+        "0|" + toHex(encrypt(dataKey, fromHex("0011223344556677"))) + "|FFFF9876543210E00001");
+    EXPECT_EQ(text(hub.IPinpadDUKPTGetDes("0|0|00112233")), "-14|data must be whole 8-byte blocks");
+}
+
 TEST_F(Pinpad, MasterAndSessionKeysGiveTheFormatZeroPinBlockAndMacs) {
     EXPECT_EQ(text(hub.IPinpadPushMasterKey((std::string("1|") + kMasterKey).c_str())),
               "0|" + checkValue(kMasterKey));
