@@ -186,10 +186,6 @@ bool isScriptStep(const std::string &step) {
             step.find_first_not_of("0123456789") == std::string::npos);
 }
 
-}  // namespace
-
-namespace {
-
 // Handlers that answer "CODE|DETAIL": a refusal becomes its answer, never an escape.
 template <typename F>
 std::string textAnswer(F &&work) {
