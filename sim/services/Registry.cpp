@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "PinpadService.h"
 #include "PowerService.h"
 #include "SystemService.h"
 
@@ -20,6 +21,7 @@ const std::vector<ServiceEntry> &simulatedServices() {
     static const std::vector<ServiceEntry> services = {
         {"system", "KivoSystemManagerService", "system", make<SystemService>},
         {"power", "KivoPowerService", "power", make<PowerService>},
+        {"pinpad", "KivoPinpadManagerService", "pinpad", make<PinpadService>},
     };
     return services;
 }

@@ -100,6 +100,16 @@ bool parseScenario(const std::string &text, Expectations &out, std::string &erro
         expected.chargeState = optionalField<int>(power, "charge_state");
     }
     if (root.contains("apps") && !parseApps(root["apps"], expected.apps, error)) return false;
+    if (root.contains("pinpad") && root["pinpad"].is_object()) {
+        json steps = root["pinpad"].value("scripted_pins", json::array());
+        std::string first = steps.is_array() && !steps.empty() && steps[0].is_string()
+                                ? steps[0].get<std::string>()
+                                : "";
+        if (first.size() >= 4 && first.size() <= 12 &&
+            first.find_first_not_of("0123456789") == std::string::npos) {
+            expected.scriptedPin = first;
+        }
+    }
     out = expected;
     return true;
 }

@@ -21,6 +21,7 @@ struct Expectations {
     std::optional<int> batteryVoltage;
     std::optional<int> chargeState;
     std::vector<ExpectedApp> apps;  // empty: the installed applications are not known
+    std::optional<std::string> scriptedPin;  // the PIN pad's first scripted entry, if digits
 };
 
 // Reads the scenario TEXT (a JSON object). Returns false and sets ERROR when it is not one, or

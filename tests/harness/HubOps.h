@@ -36,6 +36,7 @@ struct HubOp {
 
 const std::vector<HubOp> &powerHubOps();
 const std::vector<HubOp> &systemHubOps();
+const std::vector<HubOp> &pinpadHubOps();
 // Every service's operations, in the hub's member order.
 const std::vector<HubOp> &allHubOps();
 // The operation called NAME; aborts when there is none.

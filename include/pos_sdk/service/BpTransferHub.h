@@ -91,6 +91,30 @@ class POS_API BpTransferHub {
     int ISystemGetLPLEDFreq(int *frequency);
 
     // ---- Pinpad ----
+    int IPinpadOpen(const char *config);
+    int IPinpadClose();
+    const char *IPinpadStartInput(const char *request, int timeout);
+    const char *IPinpadPushMasterKey(const char *request);
+    const char *IPinpadPushWorkKey(const char *request);
+    int IPinpadInit(const char *config);
+    const char *IPinpadGetKeyState(int type, int index);
+    const char *IPinpadDataDeal(const char *request);
+    const char *IPinpadMacCal(const char *request);
+    const char *IPinpadMacCalIn(const char *request);
+    int IPinpadEraseAllKeys();
+    int IPinpadLoadKey(const char *request);
+    int IPinpadDUKPTWriteKey(const char *request);
+    int IPinpadDUKPTIncKSN(int index);
+    const char *IPinpadGetRandom(int length);
+    const char *IPinpadGetSecVer();
+    const char *IPinpadGetKCV(const char *request);
+    const char *IPinpadDUKPTGetPinBlock(const char *request, int timeout);
+    const char *IPinpadDUKPTGetMac(const char *request);
+    const char *IPinpadDUKPTGetDes(const char *request);
+    const char *IPinpadDUKPTGetKSN(int index);
+    const char *IPinpadGetPinResult();
+    const char *IPinpadDUKPTGetPinResult();
+    int IPinpadCtrlKeyResponse(int action);
 
     // ---- Wifi ----
 
