@@ -4,6 +4,10 @@
 
 #include "PowerService.h"
 #include "SystemService.h"
+#include "CloudService.h"
+#include "Qd36nService.h"
+#include "SegLcdService.h"
+#include "TtsService.h"
 
 namespace possim {
 
@@ -20,6 +24,10 @@ const std::vector<ServiceEntry> &simulatedServices() {
     static const std::vector<ServiceEntry> services = {
         {"system", "KivoSystemManagerService", "system", make<SystemService>},
         {"power", "KivoPowerService", "power", make<PowerService>},
+        {"cloud", "cloudservice", "cloud", make<CloudService>},
+        {"qd36n", "KivoQd36nService", "qd36n", make<Qd36nService>},
+        {"seglcd", "KivoSegLcdService", "seglcd", make<SegLcdService>},
+        {"tts", "KivoTtsService", "tts", make<TtsService>},
     };
     return services;
 }
