@@ -1,9 +1,12 @@
 #include "SpeechEngine.h"
 
+#include <espeak-ng/espeak_ng.h>
 #include <espeak-ng/speak_lib.h>
 #include <iconv.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <filesystem>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
@@ -21,18 +24,6 @@ int collectSamples(short *samples, int count, espeak_EVENT *) {
     if (samples != nullptr && count > 0)
         gTarget->samples.insert(gTarget->samples.end(), samples, samples + count);
     return gStop != nullptr && gStop->load() ? 1 : 0;  // 1 ends the render
-}
-
-bool startEngine(std::string &error) {
-    if (gSampleRate > 0) return true;
-    int rate = espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, 0, nullptr, espeakINITIALIZE_DONT_EXIT);
-    if (rate <= 0) {
-        error = "espeak-ng cannot start (is espeak-ng-data installed?)";
-        return false;
-    }
-    espeak_SetSynthCallback(collectSamples);
-    gSampleRate = rate;
-    return true;
 }
 
 // Converts with iconv; false on bytes that are not text in FROM.
@@ -109,10 +100,30 @@ bool textToUtf8(const std::string &text, int encoding, std::string &utf8) {
     }
 }
 
+bool startSpeechEngine(const std::string &runtimeDir, std::string &error) {
+    std::lock_guard<std::mutex> lock(gEngineLock);
+    if (gSampleRate > 0) return true;
+    std::error_code ignored;  // without it the sound server's client only complains
+    std::filesystem::create_directories(runtimeDir, ignored);
+    setenv("XDG_RUNTIME_DIR", runtimeDir.c_str(), 0);
+    espeak_ng_InitializePath(nullptr);
+    if (espeak_ng_Initialize(nullptr) != ENS_OK ||
+        espeak_ng_InitializeOutput(ENOUTPUT_MODE_SYNCHRONOUS, 0, nullptr) != ENS_OK) {
+        error = "espeak-ng cannot start (is espeak-ng-data installed?)";
+        return false;
+    }
+    espeak_SetSynthCallback(collectSamples);
+    gSampleRate = espeak_ng_GetSampleRate();
+    return true;
+}
+
 bool renderSpeech(const std::string &utf8, const SpeechSettings &settings, Audio &audio,
                   std::string &error, const std::atomic<bool> *stop) {
     std::lock_guard<std::mutex> lock(gEngineLock);
-    if (!startEngine(error)) return false;
+    if (gSampleRate <= 0) {
+        error = "the speech engine has not started";
+        return false;
+    }
     if (espeak_SetVoiceByName(holdsChinese(utf8) ? "cmn" : "en") != EE_OK) {
         error = "espeak-ng has no voice for the text";
         return false;

@@ -33,9 +33,15 @@ struct Audio {
     }
 };
 
+// Starts the engine (once per process). espeak-ng probes the audio devices even when it only
+// renders, and the sound server's client makes a runtime directory on the way: RUNTIMEDIR
+// (made if missing) is where it goes, instead of the home directory, which the sandbox keeps
+// read-only. False with ERROR when the engine cannot run.
+bool startSpeechEngine(const std::string &runtimeDir, std::string &error);
+
 // Renders UTF8 with the Mandarin voice when it holds Chinese characters, else the English one.
 // STOP, when given, is polled while rendering: raised, the render ends early with what it has.
-// False with ERROR when the engine cannot run.
+// False with ERROR when the engine has not started or cannot render.
 bool renderSpeech(const std::string &utf8, const SpeechSettings &settings, Audio &audio,
                   std::string &error, const std::atomic<bool> *stop = nullptr);
 

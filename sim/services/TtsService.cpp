@@ -156,6 +156,11 @@ std::string TtsService::nextPath(const char *kind, const char *extension) {
     std::string dir = audioDir();
     std::error_code ignored;  // a directory that cannot be made fails the write that follows
     std::filesystem::create_directories(dir, ignored);
+    std::string error;
+    if (!startSpeechEngine(dir + "/.engine", error)) {
+        std::lock_guard<std::mutex> lock(mSpeechLock);
+        mSpeechError = error;
+    }
     char name[64];
     snprintf(name, sizeof name, "/%s-%04d%s", kind, ++mFiles, extension);
     return dir + name;
