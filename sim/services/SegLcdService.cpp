@@ -17,6 +17,7 @@ namespace {
 const int kRefused = -1;   // an argument out of range, a text that does not fit
 const int kLinkDown = -2;  // the display does not answer
 const int kFonts = 3;
+const size_t kMaxVersion = 63;
 
 std::string blankLine() {
     return std::string(SegLcdService::kColumns, ' ');
@@ -123,6 +124,9 @@ void SegLcdService::load(const json &values) {
     takeBool(values, "connected", s.connected);
     takeText(values, "version", s.version);
     takeInt(values, "resets", s.resets);
+    // Readers copy the version into 64 bytes.
+    if (s.version.size() > kMaxVersion)
+        throw std::invalid_argument("version: at most 63 characters");
     if (s.font < 0 || s.font >= kFonts || s.backlightMode < 0 || s.backlightMode > 2 ||
         s.backlightLevel < 0 || s.backlightLevel > 100) {
         throw std::invalid_argument("font 0..2, backlight_mode 0..2, backlight_level 0..100");
