@@ -129,10 +129,12 @@ TEST_F(Tts, SpokenVolumeIsScaledToFullScale) {
         ASSERT_EQ(OsTtsTextToSpeech("ok", 2, TTS_ENCODING_UTF8, 105, 100, volume, 0), 0);
         EXPECT_EQ(lastRequest()["volume"], sent) << volume;
     }
-    // The file forms send their volume unscaled.
+    // The file forms send their volume unscaled, and leave the range to the service.
     char result[TTS_RESULT_SIZE];
     ASSERT_EQ(OsTtsTextToWavFull("ok", 2, TTS_ENCODING_UTF8, 105, 100, 50, result, 260), 0);
     EXPECT_EQ(lastRequest()["volume"], 50);
+    EXPECT_EQ(OsTtsTextToWavFull("ok", 2, TTS_ENCODING_UTF8, 105, 100, 40000, result, 260), -1);
+    EXPECT_EQ(OsTtsTextToWavFull("ok", 2, TTS_ENCODING_UTF8, 10, 100, 100, result, 260), -1);
 
     ASSERT_TRUE(harness::ctl({"tts", "fault", "fail", "1", "-9"}).ok);
     EXPECT_EQ(OsTtsTextToSpeech("ok", 2, TTS_ENCODING_UTF8, 105, 100, 101, 0), OS_ERR_BAD_ARGUMENT);
