@@ -114,6 +114,7 @@ bool startSpeechEngine(const std::string &runtimeDir, std::string &error) {
     }
     espeak_SetSynthCallback(collectSamples);
     gSampleRate = espeak_ng_GetSampleRate();
+    atexit([] { espeak_Terminate(); });  // its tables go back before the process ends
     return true;
 }
 
