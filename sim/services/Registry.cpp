@@ -5,6 +5,10 @@
 #include "PinpadService.h"
 #include "PowerService.h"
 #include "SystemService.h"
+#include "CloudService.h"
+#include "Qd36nService.h"
+#include "SegLcdService.h"
+#include "TtsService.h"
 
 namespace possim {
 
@@ -22,6 +26,10 @@ const std::vector<ServiceEntry> &simulatedServices() {
         {"system", "KivoSystemManagerService", "system", make<SystemService>},
         {"power", "KivoPowerService", "power", make<PowerService>},
         {"pinpad", "KivoPinpadManagerService", "pinpad", make<PinpadService>},
+        {"cloud", "cloudservice", "cloud", make<CloudService>},
+        {"qd36n", "KivoQd36nService", "qd36n", make<Qd36nService>},
+        {"seglcd", "KivoSegLcdService", "seglcd", make<SegLcdService>},
+        {"tts", "KivoTtsService", "tts", make<TtsService>},
     };
     return services;
 }

@@ -73,6 +73,9 @@ class SimService : public android::BBinder {
         std::function<std::string(const android::Parcel &request, ReplyFields &after)>;
     void onStatus(uint32_t code, StatusHandler handler);
     void onText(uint32_t code, TextHandler handler);
+    // Reply: the exception code alone (operations without a result).
+    using NoneHandler = std::function<void(const android::Parcel &request)>;
+    void onNone(uint32_t code, NoneHandler handler);
     // Common shapes: status 0 and FIELD; one int taken into FIELD within [low, high], else
     // refused with -1.
     void onGet(uint32_t code, const int &field);

@@ -15,6 +15,8 @@ void testAlgorithms(Checks &checks, const Expectations &expected);
 void testRsa(Checks &checks, const Expectations &expected);
 void testApplications(Checks &checks, const Expectations &expected);
 void testPinpad(Checks &checks, const Expectations &expected);
+void testSpeech(Checks &checks, const Expectations &expected);
+void testSmallDevices(Checks &checks, const Expectations &expected);
 
 struct Section {
     const char *title;

@@ -26,7 +26,8 @@ const Section *sections(int *count) {
         {"Wi-Fi", nullptr},
         {"Cellular network", nullptr},
         {"Display", nullptr},
-        {"Text-to-speech", nullptr},
+        {"Text-to-speech", testSpeech},
+        {"Power, LEDs and small devices", testSmallDevices},
         {"PIN pad", testPinpad},
     };
     *count = static_cast<int>(sizeof all / sizeof all[0]);

@@ -45,6 +45,11 @@ class POS_API BpTransferHub {
     // src/service/hub/<Service>Hub.cpp.
 
     // ---- Cloud (test service) ----
+    // test and print have no result: 0 once the call is made.
+    int ICloudTest();
+    int ICloudPrint(const char *text);
+    int ICloudAdd(int a, int b);
+    int ICloudMultiply(int a, int b);
 
     // ---- ICCard ----
 
@@ -121,10 +126,35 @@ class POS_API BpTransferHub {
     // ---- Security ----
 
     // ---- Qd36n (model MCU) ----
+    int IQd36nSetDateTime(char *text);
+    int IQd36nLedCtrl(int which, int value);  // the service's CtrlEx
+    int IQd36nLedRed(int state);
+    int IQd36nLedGreen(int state);
+    int IQd36nLedBlue(int state);
+    int IQd36nResetSE();
+    int IQd36nSetUsbSw(int position);
+    int IQd36nGetUsbSw(int *position);
 
     // ---- SegLcd ----
+    int ISegLcdSetBacklight(int mode, int level);
+    int ISegLcdCloseLcd();
+    int ISegLcdPing();
+    int ISegLcdGetVersion(char *version);
+    int ISegLcdShow(int line, int column, const char *text, int flags);
+    int ISegLcdShow(int line, int column, int font, const char *text, int flags);
+    int ISegLcdReconnect();
+    int ISegLcdReset();
 
     // ---- Tts ----
+    // The text comes first and its length second (the service takes them the other way).
+    int ITtsTextToSpeech(const char *text, int length, int encoding, int speed, int pitch,
+                         int volume, int flag);
+    int ITtsTextToPcm(const char *text, int length, int encoding, int speed, int pitch, int volume,
+                      char *result);
+    int ITtsTextToWav(const char *text, int length, int encoding, int speed, int pitch, int volume,
+                      char *result);
+    int ITtsStopSpeech(int which);
+    int ITtsIsBusy();
 
   private:
     static BpTransferHub *instance;
