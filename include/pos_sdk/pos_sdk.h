@@ -11,5 +11,6 @@
 #include "crypto.h"
 #include "pkg.h"
 #include "app.h"
+#include "os_time.h"
 
 #endif
