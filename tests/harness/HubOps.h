@@ -34,6 +34,7 @@ struct HubOp {
     Bytes request;  // the fields after the interface token
 };
 
+const std::vector<HubOp> &networkHubOps();
 const std::vector<HubOp> &powerHubOps();
 const std::vector<HubOp> &systemHubOps();
 // Every service's operations, in the hub's member order.
