@@ -131,6 +131,8 @@ int serveTerminal(const possim::Scenario &scenario, const std::string &outDir, i
     std::error_code ignored;
     std::filesystem::create_directories(possim::kStatusDir, ignored);
     std::ofstream(logFile, std::ios::trunc);
+    // Where the simulated devices write what they record (the modem's command log).
+    std::ofstream(std::string(possim::kStatusDir) + "/out_dir", std::ios::trunc) << outDir << "\n";
 
     possim::LocalServers servers(scenario, logFile);
     std::string error;

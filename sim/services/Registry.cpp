@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "NetworkService.h"
 #include "PowerService.h"
 #include "SystemService.h"
 
@@ -20,6 +21,7 @@ const std::vector<ServiceEntry> &simulatedServices() {
     static const std::vector<ServiceEntry> services = {
         {"system", "KivoSystemManagerService", "system", make<SystemService>},
         {"power", "KivoPowerService", "power", make<PowerService>},
+        {"network", "KivoNetworkService", "network", make<NetworkService>},
     };
     return services;
 }
