@@ -12,5 +12,6 @@
 #include "pkg.h"
 #include "app.h"
 #include "os_time.h"
+#include "network.h"
 
 #endif
