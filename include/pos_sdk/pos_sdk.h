@@ -13,5 +13,6 @@
 #include "app.h"
 #include "os_time.h"
 #include "network.h"
+#include "at.h"
 
 #endif
