@@ -12,16 +12,10 @@
 #include <string>
 
 #include "Console.h"
+#include "NetworkCtl.h"
 #include "ModemLine.h"
 
 namespace {
-
-bool ctl(std::vector<std::string> words) {
-    words.insert(words.begin(), "network");
-    possim::ctl::Answer answer = harness::ctl(words);
-    EXPECT_TRUE(answer.ok) << answer.text;
-    return answer.ok;
-}
 
 std::string modemLog() {
     std::ifstream in("/tmp/.possim/modem.log");

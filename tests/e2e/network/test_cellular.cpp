@@ -12,17 +12,11 @@
 #include <thread>
 
 #include "Console.h"
+#include "NetworkCtl.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-bool ctl(std::vector<std::string> words) {
-    words.insert(words.begin(), "network");
-    possim::ctl::Answer answer = harness::ctl(words);
-    EXPECT_TRUE(answer.ok) << answer.text;
-    return answer.ok;
-}
 
 nlohmann::json network() {
     return harness::state("network");
@@ -236,19 +230,22 @@ TEST_F(Cellular, ModuleClaimAndUnsupportedCalls) {
 
 TEST_F(Cellular, AutoConnectBitsGoThroughTheService) {
     int on = -1;
-    ASSERT_TRUE(ctl({"set", "auto_connect=3"}));
-    EXPECT_EQ(OsWlSetAutoConnectStatus(0), 0);
-    EXPECT_EQ(network()["auto_connect"], 2);
-    ASSERT_TRUE(ctl({"set", "auto_connect=3"}));
-    EXPECT_EQ(OsWifiSetAutoConnectStatus(0), 0);
-    EXPECT_EQ(network()["auto_connect"], 1);
-    // Clearing masks with eight bits: bits above 7 go with it.
-    ASSERT_TRUE(ctl({"set", "auto_connect=259"}));
-    EXPECT_EQ(OsWlSetAutoConnectStatus(0), 0);
-    EXPECT_EQ(network()["auto_connect"], 2);
-    ASSERT_TRUE(ctl({"set", "auto_connect=0"}));
-    EXPECT_EQ(OsWifiSetAutoConnectStatus(1), 0);
-    EXPECT_EQ(network()["auto_connect"], 2);
+    struct Change {
+        int before;
+        int (*set)(int);
+        int on;
+        int sent;
+    };
+    // Clearing masks with eight bits: bits above 7 go with it (259 = 0x103).
+    const Change changes[] = {{3, OsWlSetAutoConnectStatus, 0, 2},
+                              {3, OsWifiSetAutoConnectStatus, 0, 1},
+                              {259, OsWlSetAutoConnectStatus, 0, 2},
+                              {0, OsWifiSetAutoConnectStatus, 1, 2}};
+    for (const Change &c : changes) {
+        ASSERT_TRUE(ctl({"set", "auto_connect=" + std::to_string(c.before)}));
+        EXPECT_EQ(c.set(c.on), 0);
+        EXPECT_EQ(network()["auto_connect"], c.sent) << c.before << " with " << c.on;
+    }
     EXPECT_EQ(OsWifiGetAutoConnectStatus(&on), 0);
     EXPECT_EQ(on, 1);
     EXPECT_EQ(OsWlGetAutoConnectStatus(&on), 0);
