@@ -302,6 +302,10 @@ ModemView NetworkService::modemView() const {
 }
 
 void NetworkService::start() {
+    // Outside a simulated terminal (no status directory) the host's /tmp is not the
+    // terminal's: nothing is published there and no modem is served.
+    struct stat st;
+    if (stat(kStatusDir, &st) != 0 || !S_ISDIR(st.st_mode)) return;
     mStarted = true;
     int master = ptyMasterOf(kModemDevice);
     if (master >= 0) {
