@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <pos_sdk/os_time.h>
+#include <pos_sdk/service/BpTransferHub.h>
 
 #include <chrono>
 #include <ctime>
+#include <string>
 
 #include "LocalBinder.h"
 
@@ -93,6 +95,10 @@ TEST(Clock, SettingTheClockGoesToTheSystemServiceWhichJudgesTheDate) {
 
     EXPECT_EQ(OsSetTime(nullptr), -1003);
     EXPECT_EQ(OsSetTime(&date), 0);
+    // The fields reached the service in record order: its clock now reads that minute.
+    const char *clock = BpTransferHub::getInstance()->ISystemGetMCURTCTime();
+    ASSERT_NE(clock, nullptr);
+    EXPECT_EQ(std::string(clock).substr(0, 12), "202702282359");
     SYS_TIME_T leap = {2027, 2, 29, 12, 0, 0};  // no such day
     EXPECT_EQ(OsSetTime(&leap), -1003);
     SYS_TIME_T hour = {2028, 1, 1, 24, 0, 0};
