@@ -13,5 +13,8 @@
 #include "app.h"
 #include "power.h"
 #include "tts.h"
+#include "os_time.h"
+#include "network.h"
+#include "at.h"
 
 #endif

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "PinpadService.h"
+#include "NetworkService.h"
 #include "PowerService.h"
 #include "SystemService.h"
 #include "CloudService.h"
@@ -30,6 +31,7 @@ const std::vector<ServiceEntry> &simulatedServices() {
         {"qd36n", "KivoQd36nService", "qd36n", make<Qd36nService>},
         {"seglcd", "KivoSegLcdService", "seglcd", make<SegLcdService>},
         {"tts", "KivoTtsService", "tts", make<TtsService>},
+        {"network", "KivoNetworkService", "network", make<NetworkService>},
     };
     return services;
 }

@@ -61,6 +61,10 @@ class SimService : public android::BBinder {
     // Runs one control command (JSON text, as the reserved transaction carries it) and answers
     // its reply text; STATUS is 0 when done, -1 when refused (the text then says why).
     std::string control(const std::string &command, int *status);
+    // Called once in the service's own process before it serves: a service that drives a
+    // device or publishes files starts doing so here (never where it is only built, as for
+    // scenario checks or fuzzing).
+    virtual void start() {}
 
   protected:
     explicit SimService(const char *descriptor);

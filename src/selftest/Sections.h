@@ -17,6 +17,7 @@ void testApplications(Checks &checks, const Expectations &expected);
 void testPinpad(Checks &checks, const Expectations &expected);
 void testSpeech(Checks &checks, const Expectations &expected);
 void testSmallDevices(Checks &checks, const Expectations &expected);
+void testCellular(Checks &checks, const Expectations &expected);
 
 struct Section {
     const char *title;

@@ -24,7 +24,7 @@ const Section *sections(int *count) {
         {"RSA", testRsa},
         {"Application management", testApplications},
         {"Wi-Fi", nullptr},
-        {"Cellular network", nullptr},
+        {"Cellular network", testCellular},
         {"Display", nullptr},
         {"Text-to-speech", testSpeech},
         {"Power, LEDs and small devices", testSmallDevices},

@@ -6,8 +6,15 @@
 const std::vector<HubOp> &allHubOps() {
     static const std::vector<HubOp> all = [] {
         std::vector<HubOp> ops;
-        for (const auto *table : {&cloudHubOps(), &powerHubOps(), &systemHubOps(), &qd36nHubOps(),
-                                  &segLcdHubOps(), &ttsHubOps(), &pinpadHubOps()}) {
+        for (const auto *table : {
+                 &cloudHubOps(),
+                 &networkHubOps(),
+                 &powerHubOps(),
+                 &systemHubOps(),
+                 &qd36nHubOps(),
+                 &segLcdHubOps(),
+                 &ttsHubOps(),
+                 &pinpadHubOps()}) {
             ops.insert(ops.end(), table->begin(), table->end());
         }
         return ops;

@@ -35,6 +35,7 @@ struct HubOp {
     Bytes request;  // the fields after the interface token
 };
 
+const std::vector<HubOp> &networkHubOps();
 const std::vector<HubOp> &powerHubOps();
 const std::vector<HubOp> &systemHubOps();
 const std::vector<HubOp> &pinpadHubOps();

@@ -60,6 +60,42 @@ class POS_API BpTransferHub {
     // ---- Thermal (printer) ----
 
     // ---- Network ----
+    int INetGetDevIMEI(char *imei);
+    int INetGetDevIMSI(char *imsi);
+    int INetGetDevICCID(char *iccid);
+    int INetGetSignalStrength(int *signal);
+    int INetGetDevBasebanVersion(char *version);
+    int INetGetSimStatus(int *state);
+    int INetGetSimOperator(char *operatorName);
+    int INetGetDevBaseStation(android::xstation_info_t *station);
+    int INetGetWirelesslinkStatus(int *status);
+    int ISendCustATCmd(char *command, char *response);
+    int IGetCurDNSAddr(char *address);
+    int IGetDNSAddr(char *address, int which);
+    int ISetDNSAddr(char *address, int which);
+    int IGetPreferredNetworkType(int *type);
+    int ISetPreferredNetworkType(int type);
+    int IGetEsmFailTimes(int *count);
+    int ISetEsmFailTimes(int count);
+    int INetWirelessConnect(char *kind, char *apn, char *user, char *password, char *auth,
+                            char *pdpType);
+    int INetWirelessDisconnect(char *first, char *second);
+    int INetGetNetworkIP(char *interfaceName, char *address);
+    int INetWifiGoToSleep();
+    int INetWifiWakeUp();
+    int ISetRadioPower(int on);
+    int IWirelessGetModuleREG(int *state, char *first, char *second);
+    int ICallDIAL(char *number, int mode);
+    int ICallHandUpAll();
+    int ICallGetCurCall(int *first, int *second, int *third, char *number);
+    int IWirelessEnable(int on);
+    int ISetAirPlaneMode(int mode);
+    int ISetNetAutoConnect(int bits);
+    int ISaveApnConfig(char *kind, char *apn, char *user, char *password, char *auth,
+                       char *pdpType);
+    int ILoadApnConfig(char *kind, char *apn, char *user, char *password, char *auth,
+                       char *pdpType);
+    int IGetQNetworkInfo(char *first, char *second, char *third, int *value);
 
     // ---- Power ----
     // The four getters without arguments return the value read, or -1 when the service
