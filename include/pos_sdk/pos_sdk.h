@@ -11,5 +11,8 @@
 #include "crypto.h"
 #include "pkg.h"
 #include "app.h"
+#include "sysinfo.h"
+#include "upgrade.h"
+#include "usb_serial.h"
 
 #endif
