@@ -27,6 +27,7 @@ const Section *sections(int *count) {
         {"Cellular network", nullptr},
         {"Display", nullptr},
         {"Text-to-speech", nullptr},
+        {"System information", testSystemInformation},
     };
     *count = static_cast<int>(sizeof all / sizeof all[0]);
     return all;
