@@ -140,12 +140,4 @@ TEST_F(SystemInfo, ParametersAndFactoryTestStep) {
     EXPECT_EQ(sysinfo_test::requestsWith("initcmd 801 \"\" -> 12"), 1);
 }
 
-TEST(SubstringBeforeFirstOccurrence, CutsAtTheFirstNeedleOnly) {
-    char out[32];
-    EXPECT_STREQ(substring_before_first_occurrence("a-b-c", "-", out), "a");
-    EXPECT_STREQ(substring_before_first_occurrence("abc", "-", out), "abc");
-    EXPECT_STREQ(substring_before_first_occurrence("-abc", "-", out), "");
-    EXPECT_STREQ(substring_before_first_occurrence("V1.2::x::y", "::", out), "V1.2");
-}
-
 }  // namespace

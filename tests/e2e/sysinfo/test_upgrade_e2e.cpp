@@ -171,9 +171,8 @@ TEST_F(FileCommands, CopyMoveChmodAndDeleteInsideTheTerminal) {
     EXPECT_EQ(OsCmdDeletFile("/etc/hostname"), 0);
     EXPECT_TRUE(fs::exists("/etc/hostname"));
 
-    EXPECT_EQ(OsCmdCopyFile(nullptr, "/tmp/x"), OS_ERR_BAD_ARGUMENT);
     EXPECT_EQ(OsCmdCopyFile("/tmp/x", nullptr), OS_ERR_BAD_ARGUMENT);
-    EXPECT_EQ(OsCmdMoveFile("/tmp/x", nullptr), OS_ERR_BAD_ARGUMENT);
+    EXPECT_EQ(OsCmdMoveFile(nullptr, "/tmp/x"), OS_ERR_BAD_ARGUMENT);
     EXPECT_EQ(OsCmdDeletFile(nullptr), OS_ERR_BAD_ARGUMENT);
     // A command too long for its buffer is not run cut short.
     EXPECT_EQ(OsCmdDeletFile(("/tmp/" + std::string(300, 'a')).c_str()), OS_ERR_SERVICE_FAILED);
