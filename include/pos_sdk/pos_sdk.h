@@ -16,5 +16,8 @@
 #include "os_time.h"
 #include "network.h"
 #include "at.h"
+#include "sysinfo.h"
+#include "upgrade.h"
+#include "usb_serial.h"
 
 #endif

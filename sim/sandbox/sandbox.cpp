@@ -190,7 +190,7 @@ void buildDev(const std::string &root) {
     symlink("/proc/self/fd/2", (dev + "/stderr").c_str());
     makeDirs(dev + "/chn");
     ptyDevice(root, "/dev/chn/4");
-    ptyDevice(root, "/dev/ttyGS0");
+    // "/dev/ttyGS0" is the init command server's to make when USB serial starts.
 }
 
 // The board driver's, battery's, GPIO's and touch panel's attribute files.

@@ -18,6 +18,7 @@ void testPinpad(Checks &checks, const Expectations &expected);
 void testSpeech(Checks &checks, const Expectations &expected);
 void testSmallDevices(Checks &checks, const Expectations &expected);
 void testCellular(Checks &checks, const Expectations &expected);
+void testSystemInformation(Checks &checks, const Expectations &expected);
 
 struct Section {
     const char *title;

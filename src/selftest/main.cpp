@@ -29,6 +29,7 @@ const Section *sections(int *count) {
         {"Text-to-speech", testSpeech},
         {"Power, LEDs and small devices", testSmallDevices},
         {"PIN pad", testPinpad},
+        {"System information", testSystemInformation},
     };
     *count = static_cast<int>(sizeof all / sizeof all[0]);
     return all;
