@@ -6,7 +6,8 @@
 const std::vector<HubOp> &allHubOps() {
     static const std::vector<HubOp> all = [] {
         std::vector<HubOp> ops;
-        for (const auto *table : {&powerHubOps(), &systemHubOps()}) {
+        for (const auto *table :
+             {&icCardHubOps(), &magcardHubOps(), &rfidHubOps(), &powerHubOps(), &systemHubOps()}) {
             ops.insert(ops.end(), table->begin(), table->end());
         }
         return ops;

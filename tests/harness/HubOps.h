@@ -36,6 +36,9 @@ struct HubOp {
 
 const std::vector<HubOp> &powerHubOps();
 const std::vector<HubOp> &systemHubOps();
+const std::vector<HubOp> &icCardHubOps();
+const std::vector<HubOp> &magcardHubOps();
+const std::vector<HubOp> &rfidHubOps();
 // Every service's operations, in the hub's member order.
 const std::vector<HubOp> &allHubOps();
 // The operation called NAME; aborts when there is none.
