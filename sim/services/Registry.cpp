@@ -2,7 +2,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "ICCardService.h"
+#include "MagcardService.h"
 #include "PowerService.h"
+#include "RFIDService.h"
 #include "SystemService.h"
 
 namespace possim {
@@ -20,6 +23,9 @@ const std::vector<ServiceEntry> &simulatedServices() {
     static const std::vector<ServiceEntry> services = {
         {"system", "KivoSystemManagerService", "system", make<SystemService>},
         {"power", "KivoPowerService", "power", make<PowerService>},
+        {"iccard", "KivoIICCardService", "iccard", make<ICCardService>},
+        {"magcard", "KivoMagcardService", "magcard", make<MagcardService>},
+        {"rfid", "KivoRFIDService", "rfid", make<RFIDService>},
     };
     return services;
 }
