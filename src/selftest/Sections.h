@@ -14,6 +14,7 @@ void testDatabase(Checks &checks, const Expectations &expected);
 void testAlgorithms(Checks &checks, const Expectations &expected);
 void testRsa(Checks &checks, const Expectations &expected);
 void testApplications(Checks &checks, const Expectations &expected);
+void testCardReaders(Checks &checks, const Expectations &expected);
 
 struct Section {
     const char *title;

@@ -27,6 +27,7 @@ const Section *sections(int *count) {
         {"Cellular network", nullptr},
         {"Display", nullptr},
         {"Text-to-speech", nullptr},
+        {"Card readers", testCardReaders},
     };
     *count = static_cast<int>(sizeof all / sizeof all[0]);
     return all;
