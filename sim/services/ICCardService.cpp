@@ -158,18 +158,9 @@ int ICCardService::setWorkAttributes(const Parcel &request) {
 }
 
 std::string ICCardService::exchange(const Parcel &request) {
-    int slot = request.readInt32();
-    std::string text;
-    bool present = readText16(request, &text);
-    int timeout = request.readInt32();
-    if (timeout < 0 || timeout > kMaxTimeoutMs) return failure(kCardBadArgument);
-    int status = ready(slot);
-    if (status != kCardDone) return failure(status);
     ByteString command;
-    std::string error;
-    if (!present || !parseHex(text, command, error)) {
-        return cardError(kCardBadArgument, present ? "command: " + error : "no command");
-    }
+    std::string refusal = takeCommand(request, false, command);
+    if (!refusal.empty()) return refusal;
     if (command.size() < 4 || command.size() > kMaxCommandApdu) {
         return cardError(kCardBadArgument, "command: an APDU has 4 to 261 bytes");
     }
@@ -178,20 +169,28 @@ std::string ICCardService::exchange(const Parcel &request) {
     return toHex(mState.card->contact.apdus.answer(command));
 }
 
-std::string ICCardService::memoryCommand(const Parcel &request) {
+// Reads slot, [card type,] command and time-out; an empty text when the card is ready for the
+// command, else the refusal to answer.
+std::string ICCardService::takeCommand(const Parcel &request, bool withCardType,
+                                       ByteString &command) const {
     int slot = request.readInt32();
-    (void)request.readInt32();  // the card type: every memory card is addressed alike
+    if (withCardType) (void)request.readInt32();  // every memory card is addressed alike
     std::string text;
     bool present = readText16(request, &text);
     int timeout = request.readInt32();
     if (timeout < 0 || timeout > kMaxTimeoutMs) return failure(kCardBadArgument);
     int status = ready(slot);
     if (status != kCardDone) return failure(status);
-    ByteString command;
     std::string error;
-    if (!present || !parseHex(text, command, error)) {
-        return cardError(kCardBadArgument, present ? "command: " + error : "no command");
-    }
+    if (!present) return cardError(kCardBadArgument, "no command");
+    if (!parseHex(text, command, error)) return cardError(kCardBadArgument, "command: " + error);
+    return "";
+}
+
+std::string ICCardService::memoryCommand(const Parcel &request) {
+    ByteString command;
+    std::string refusal = takeCommand(request, true, command);
+    if (!refusal.empty()) return refusal;
     ByteString &memory = mState.card->contact.memory;
     if (memory.empty()) return cardError(kCardUnsupported, "not a memory card");
     if (command.size() < 3 || (command[0] != kMemoryRead && command[0] != kMemoryWrite)) {

@@ -38,6 +38,8 @@ class ICCardService : public SimService {
     int ready(int slot) const;
     int checkSlot(int slot) const;
     std::string powerOn(int slot, int timeout);
+    std::string takeCommand(const android::Parcel &request, bool withCardType,
+                            ByteString &command) const;
     std::string exchange(const android::Parcel &request);
     std::string memoryCommand(const android::Parcel &request);
     int setWorkAttributes(const android::Parcel &request);
