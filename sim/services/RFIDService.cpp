@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <stdexcept>
 
 using android::IRFIDManager;
@@ -19,6 +20,8 @@ const int kAnyType = 0, kTypeA = 1, kTypeB = 2, kTypeFelica = 3;
 
 // MIFARE Classic commands, by their command codes.
 const int kMifareAuthA = 0x60, kMifareAuthB = 0x61, kMifareRead = 0x30, kMifareWrite = 0xA0;
+const int kMifareIncrement = 0xC1, kMifareDecrement = 0xC0, kMifareRestore = 0xC2,
+          kMifareTransfer = 0xB0;
 const size_t kMifareBlock = 16;
 
 // FeliCa commands and their answers.
@@ -148,6 +151,9 @@ json RFIDService::state() const {
             {"stage", mState.stage},
             {"auth_sector", mState.authSector},
             {"auth_key", mState.authKey},
+            {"transfer_ready", mState.transferReady},
+            {"transfer_value", mState.transferValue},
+            {"transfer_address", mState.transferAddress},
             {"last_command", mState.lastCommand},
             {"exchanges", mState.exchanges}};
 }
@@ -164,6 +170,9 @@ void RFIDService::load(const json &values) {
     takeInt(values, "stage", s.stage);
     takeInt(values, "auth_sector", s.authSector);
     takeText(values, "auth_key", s.authKey);
+    takeBool(values, "transfer_ready", s.transferReady);
+    takeInt(values, "transfer_value", s.transferValue);
+    takeInt(values, "transfer_address", s.transferAddress);
     takeText(values, "last_command", s.lastCommand);
     takeInt(values, "exchanges", s.exchanges);
     if (s.inField && !(s.card && s.card->hasContactless)) {
@@ -205,6 +214,7 @@ void RFIDService::event(const std::string &name, const json &args) {
 }
 
 void RFIDService::deactivate() {
+    mState.transferReady = false;
     mState.stage = kIdle;
     mState.authSector = -1;
     mState.authKey.clear();
@@ -260,7 +270,8 @@ std::string RFIDService::apdu(const std::string &text) {
 }
 
 // MIFARE Classic: 60/61 authenticate (data: block and key), 30 read (data: block), A0 write
-// (data: block and 16 bytes). Blocks are numbered over the card, four to a sector.
+// (data: block and 16 bytes), C1/C0/C2 increment, decrement and restore (data: block and
+// operand), B0 transfer (data: block). Blocks are numbered over the card, four to a sector.
 std::string RFIDService::mifare(int command, const std::string &text) {
     int status = reachable();
     if (status != kCardDone) return failure(status);
@@ -290,9 +301,86 @@ std::string RFIDService::mifare(int command, const std::string &text) {
                 return cardError(kCardBadArgument, "data: the block and 16 bytes");
             }
             return mifareWrite(data[0], ByteString(data.begin() + 1, data.end()));
+        case kMifareIncrement:
+        case kMifareDecrement:
+        case kMifareRestore:
+            return mifareValue(command, data);
+        case kMifareTransfer:
+            if (data.size() != 1) return cardError(kCardBadArgument, "data: the block alone");
+            return mifareTransfer(data[0]);
         default:
             return cardError(kCardUnsupported, "unknown MIFARE command");
     }
+}
+
+namespace {
+
+// A value block: the value, its complement and the value again (four bytes each, low byte
+// first), then an address byte, its complement, the address and its complement.
+bool valueOf(const ByteString &block, int32_t *value) {
+    uint32_t v[3];
+    for (int i = 0; i < 3; ++i) {
+        v[i] = uint32_t(block[4 * i]) | uint32_t(block[4 * i + 1]) << 8 |
+               uint32_t(block[4 * i + 2]) << 16 | uint32_t(block[4 * i + 3]) << 24;
+    }
+    *value = static_cast<int32_t>(v[0]);
+    return v[0] == v[2] && v[1] == ~v[0] && block[12] == block[14] && block[13] == block[15] &&
+           block[12] == uint8_t(~block[13]);
+}
+
+ByteString valueBlock(int32_t value, uint8_t address) {
+    ByteString block;
+    for (uint32_t word : {uint32_t(value), ~uint32_t(value), uint32_t(value)}) {
+        for (int shift = 0; shift < 32; shift += 8) block.push_back(uint8_t(word >> shift));
+    }
+    block.insert(block.end(), {address, uint8_t(~address), address, uint8_t(~address)});
+    return block;
+}
+
+}  // namespace
+
+// Increment (C1), decrement (C0) and restore (C2) take a value block into the card's transfer
+// buffer, changed by the operand (four bytes, low first); transfer (B0) writes the buffer to a
+// block. Increment needs the increment right, the others the decrement right, as on the card.
+std::string RFIDService::mifareValue(int command, const ByteString &data) {
+    bool restore = command == kMifareRestore;
+    if (data.size() != 5 && !(restore && data.size() == 1)) {
+        return cardError(kCardBadArgument, "data: the block and a 4-byte operand");
+    }
+    int block = data[0], sector = block / 4, index = block % 4;
+    if (sector != mState.authSector) return cardError(kCardDenied, "sector not authenticated");
+    const MifareSector &s = mState.card->contactless.mifare[sector];
+    MifareRight right =
+        command == kMifareIncrement ? MifareRight::Increment : MifareRight::Decrement;
+    if (!mifareAllows(s.access, index, mState.authKey[0], right)) {
+        return cardError(kCardDenied, "the access bits refuse it");
+    }
+    int32_t value = 0;
+    if (!valueOf(s.blocks[index], &value)) return cardError(kCardBadArgument, "not a value block");
+    int64_t operand = 0;
+    if (!restore) {
+        operand = int32_t(uint32_t(data[1]) | uint32_t(data[2]) << 8 | uint32_t(data[3]) << 16 |
+                          uint32_t(data[4]) << 24);
+    }
+    int64_t result = command == kMifareDecrement ? value - operand : value + operand;
+    if (result < INT32_MIN || result > INT32_MAX) return cardError(kCardBadArgument, "overflow");
+    mState.transferValue = static_cast<int>(result);
+    mState.transferAddress = s.blocks[index][12];
+    mState.transferReady = true;
+    return "OK";
+}
+
+std::string RFIDService::mifareTransfer(int block) {
+    int sector = block / 4, index = block % 4;
+    if (sector != mState.authSector) return cardError(kCardDenied, "sector not authenticated");
+    if (!mState.transferReady) return cardError(kCardBadArgument, "nothing to transfer");
+    MifareSector &s = mState.card->contactless.mifare[sector];
+    if (index == 3 || !mifareAllows(s.access, index, mState.authKey[0], MifareRight::Decrement)) {
+        return cardError(kCardDenied, "the access bits refuse it");
+    }
+    s.blocks[index] = valueBlock(mState.transferValue, uint8_t(mState.transferAddress));
+    mState.transferReady = false;
+    return "OK";
 }
 
 std::string RFIDService::mifareAuthenticate(char kind, const ByteString &data) {

@@ -36,6 +36,9 @@ class RFIDService : public SimService {
         int stage = kIdle;
         int authSector = -1;  // the MIFARE sector authenticated, with authKey
         std::string authKey;
+        bool transferReady = false;  // the MIFARE transfer buffer holds a value
+        int transferValue = 0;
+        int transferAddress = 0;
         std::string lastCommand;
         int exchanges = 0;
     };
@@ -50,6 +53,8 @@ class RFIDService : public SimService {
     std::string mifareAuthenticate(char kind, const ByteString &data);
     std::string mifareRead(int block);
     std::string mifareWrite(int block, const ByteString &data);
+    std::string mifareValue(int command, const ByteString &data);
+    std::string mifareTransfer(int block);
     std::string felicaPoll();
     std::string felica(const std::string &text);
     std::string felicaRead(const ByteString &frame, bool write);

@@ -242,6 +242,36 @@ TEST_F(Cards, MifareSectorsOpenOnlyToTheRightKey) {
               "11111111111111111111111111111111");
 }
 
+TEST_F(Cards, MifareValueBlocksCountUpAndDownThroughTheTransferBuffer) {
+    contactlessCardInField();
+    ASSERT_STREQ(hub.IRFIDSearchCard(100), "A,A1B2C3D4,0004,28");
+    // Sector 2 keeps a value of 100 in block 8: key B increments, either key decrements.
+    ASSERT_STREQ(hub.IRFIDMifareCardComm(0x60, "08FFFFFFFFFFFF", 0), "OK");
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0xC1, "080A000000", 0),
+                 "ERROR -6 the access bits refuse it");
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0xB0, "08", 0), "ERROR -1 nothing to transfer");
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0xC0, "0819000000", 0), "OK");  // 100 - 25
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0xB0, "08", 0), "OK");
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0x30, "08", 0), "4B000000B4FFFFFF4B00000008F708F7");
+
+    ASSERT_STREQ(hub.IRFIDMifareCardComm(0x61, "08B0B1B2B3B4B5", 0), "OK");
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0xC1, "08E8030000", 0), "OK");  // + 1000
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0xB0, "09", 0), "OK");          // into the next block
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0x30, "09", 0), "33040000CCFBFFFF3304000008F708F7");
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0x30, "08", 0), "4B000000B4FFFFFF4B00000008F708F7");
+    // Restore copies a value unchanged; a block that is no value block is refused.
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0xC2, "09", 0), "OK");
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0xB0, "0A", 0), "OK");
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0x30, "0A", 0), "33040000CCFBFFFF3304000008F708F7");
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0xA0,
+                                         "0A"
+                                         "00000000000000000000000000000000",
+                                         0),
+                 "OK");
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0xC0, "0A01000000", 0), "ERROR -1 not a value block");
+    EXPECT_STREQ(hub.IRFIDMifareCardComm(0xC1, "08FFFFFF7F", 0), "ERROR -1 overflow");
+}
+
 TEST_F(Cards, FelicaBlocksAreReadAndWrittenWithoutEncryption) {
     contactlessCardInField("felica");
     EXPECT_STREQ(hub.IRFIDSearchCard(100), "ERROR -3 no card in the field");  // A or B only
