@@ -504,6 +504,7 @@ std::string RFIDService::felicaRead(const ByteString &frame, bool write) {
     const uint8_t answer = write ? kFelicaWrite + 1 : kFelicaRead + 1;
     auto refuse = [&](uint8_t flag) { return felicaAnswer(answer, f.idm, {0x01, flag}); };
     size_t at = 10;
+    if (frame.size() <= at) return refuse(kBadServiceCount);
     size_t services = frame[at++];
     if (services < 1 || services > 16 || at + 2 * services >= frame.size()) {
         return refuse(kBadServiceCount);

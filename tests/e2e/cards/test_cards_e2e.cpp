@@ -304,6 +304,9 @@ TEST_F(Cards, FelicaBlocksAreReadAndWrittenWithoutEncryption) {
         hub.IRFIDFelicaAPDUComm(("1006" + std::string(16, '0') + "010910018002").c_str(), 0),
         "ERROR -3 no card in the field");
     EXPECT_TRUE(startsWith(hub.IRFIDFelicaAPDUComm("0506", 0), "ERROR -1 frame"));
+    // A read that ends right after the IDm lacks its service count.
+    EXPECT_STREQ(hub.IRFIDFelicaAPDUComm(("0A06" + idm).c_str(), 0),
+                 ("0C07" + idm + "01A1").c_str());
 }
 
 TEST_F(Cards, KilledReaderGivesTheDeadServiceResultsThenComesBack) {
