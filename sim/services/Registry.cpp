@@ -4,7 +4,10 @@
 
 #include "PinpadService.h"
 #include "NetworkService.h"
+#include "ICCardService.h"
+#include "MagcardService.h"
 #include "PowerService.h"
+#include "RFIDService.h"
 #include "SystemService.h"
 #include "CloudService.h"
 #include "Qd36nService.h"
@@ -32,6 +35,9 @@ const std::vector<ServiceEntry> &simulatedServices() {
         {"seglcd", "KivoSegLcdService", "seglcd", make<SegLcdService>},
         {"tts", "KivoTtsService", "tts", make<TtsService>},
         {"network", "KivoNetworkService", "network", make<NetworkService>},
+        {"iccard", "KivoIICCardService", "iccard", make<ICCardService>},
+        {"magcard", "KivoMagcardService", "magcard", make<MagcardService>},
+        {"rfid", "KivoRFIDService", "rfid", make<RFIDService>},
     };
     return services;
 }

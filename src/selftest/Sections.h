@@ -19,6 +19,7 @@ void testSpeech(Checks &checks, const Expectations &expected);
 void testSmallDevices(Checks &checks, const Expectations &expected);
 void testCellular(Checks &checks, const Expectations &expected);
 void testSystemInformation(Checks &checks, const Expectations &expected);
+void testCardReaders(Checks &checks, const Expectations &expected);
 
 struct Section {
     const char *title;

@@ -30,6 +30,7 @@ const Section *sections(int *count) {
         {"Power, LEDs and small devices", testSmallDevices},
         {"PIN pad", testPinpad},
         {"System information", testSystemInformation},
+        {"Card readers", testCardReaders},
     };
     *count = static_cast<int>(sizeof all / sizeof all[0]);
     return all;

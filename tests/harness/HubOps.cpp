@@ -14,7 +14,10 @@ const std::vector<HubOp> &allHubOps() {
                  &qd36nHubOps(),
                  &segLcdHubOps(),
                  &ttsHubOps(),
-                 &pinpadHubOps()}) {
+                 &pinpadHubOps(),
+                 &icCardHubOps(),
+                 &magcardHubOps(),
+                 &rfidHubOps()}) {
             ops.insert(ops.end(), table->begin(), table->end());
         }
         return ops;

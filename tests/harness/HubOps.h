@@ -43,6 +43,9 @@ const std::vector<HubOp> &cloudHubOps();
 const std::vector<HubOp> &qd36nHubOps();
 const std::vector<HubOp> &segLcdHubOps();
 const std::vector<HubOp> &ttsHubOps();
+const std::vector<HubOp> &icCardHubOps();
+const std::vector<HubOp> &magcardHubOps();
+const std::vector<HubOp> &rfidHubOps();
 // Every service's operations, in the hub's member order.
 const std::vector<HubOp> &allHubOps();
 // The operation called NAME; aborts when there is none.

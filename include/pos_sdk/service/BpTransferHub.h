@@ -52,10 +52,39 @@ class POS_API BpTransferHub {
     int ICloudMultiply(int a, int b);
 
     // ---- ICCard ----
+    int IICCardOpen(int slot, int mode);
+    int IICCardClose(int slot);
+    int IICCardAsyncCardWorkAttr(int slot, int voltage, int standard, int pps, int baud,
+                                 int timeout);
+    const char *IICCardPowerOn(int slot, int timeout);
+    int IICCardPowerOff(int slot, int timeout);
+    const char *IICCardAsyncCardComm(int slot, const char *apdu, int timeout);
+    int IICCardDeckCheck(int slot, int timeout);
+    const char *IICCardSyncCardComm(int slot, int cardType, const char *command, int timeout);
 
     // ---- Magcard ----
+    int IMagcardOpen(int mode);
+    int IMagcardClose();
+    int IMagcardRead(int tracks, int timeout);
+    const char *IMagcardReadData(int track);
+    int IMagcardWrite(const char *track1, const char *track2, const char *track3, int mode);
+    int IMagcardStatus(int *state);
+    int IMagcardCancel();
 
     // ---- RFID ----
+    int IRFIDOpen(int mode);
+    int IRFIDClose();
+    int IRFIDSelectCardType(int cardType, int rate);
+    int IRFIDPowerOn();
+    int IRFIDPowerOff();
+    const char *IRFIDSearchCard(int timeout);
+    const char *IRFIDAPDUComm(const char *apdu, int timeout);
+    const char *IRFIDMifareCardComm(int command, const char *data, int timeout);
+    int IRFIDSearchCardWithoutPowerOn(int timeout);
+    const char *IRFIDCardPowerOn(int timeout);
+    int IRFIDCardPowerOff(int timeout);
+    const char *IRFIDFelicaSearchPowerOn(int timeout);
+    const char *IRFIDFelicaAPDUComm(const char *frame, int timeout);
 
     // ---- Thermal (printer) ----
 
