@@ -12,7 +12,7 @@
 #include <stdexcept>
 
 #include "sysglue/sysglue.h"
-#include "system_state.h"
+#include "servers/system_state.h"
 
 using android::INetworkManager;
 using android::Parcel;
