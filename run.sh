@@ -15,7 +15,8 @@ cd "$(dirname "$0")"
 ROOT=$(pwd)
 
 PACKAGES=(cmake ninja-build g++ pkg-config libsqlite3-dev libssl-dev libgtest-dev libgmock-dev
-          libbenchmark-dev libpng-dev nlohmann-json3-dev util-linux)
+          libbenchmark-dev libpng-dev nlohmann-json3-dev util-linux
+          libespeak-ng-dev espeak-ng-data)
 # Only the commands that build with Clang need these (libFuzzer comes with the runtime).
 CLANG_PACKAGES=(clang libclang-rt-dev)
 

@@ -6,8 +6,21 @@
 const std::vector<HubOp> &allHubOps() {
     static const std::vector<HubOp> all = [] {
         std::vector<HubOp> ops;
-        for (const auto *table : {&thermalHubOps(), &powerHubOps(), &systemHubOps(), &wifiHubOps(),
-                                  &securityHubOps()}) {
+        for (const auto *table : {
+                 &cloudHubOps(),
+                 &networkHubOps(),
+                 &powerHubOps(),
+                 &systemHubOps(),
+                 &qd36nHubOps(),
+                 &segLcdHubOps(),
+                 &ttsHubOps(),
+                 &pinpadHubOps(),
+                 &icCardHubOps(),
+                 &magcardHubOps(),
+                 &rfidHubOps(),
+                 &thermalHubOps(),
+                 &wifiHubOps(),
+                 &securityHubOps()}) {
             ops.insert(ops.end(), table->begin(), table->end());
         }
         return ops;
