@@ -19,5 +19,6 @@
 #include "sysinfo.h"
 #include "upgrade.h"
 #include "usb_serial.h"
+#include "wifi.h"
 
 #endif
