@@ -33,13 +33,15 @@ int wifiOpened = 0;
 const int64_t kScanTimeMs = 10000;
 const unsigned kScanRoundMs = 500;
 const int kMostScanRecords = 128;
-const size_t kScanNameBuffer = 512;
 const size_t kStatusNameBuffer = 256;
 // The name and address come back unbounded: the buffers are the size of the longest name a
 // scan record can carry rather than the 64 and 16 bytes the texts normally need.
 const size_t kStatusSsidBuffer = 256;
 const size_t kStatusAddressBuffer = 256;
 const size_t kCommandReplyBuffer = 512;
+// execute_cmd keeps reading while its output is under 1025 characters, a line of up to 1023
+// at a time: room for the most it can append, whatever the name.
+const size_t kDecodeBuffer = 2048;
 const int kLeastCommandOut = 2048;
 
 // Turns a name in the service's escaped form back into its bytes with the shell's echo
@@ -98,7 +100,7 @@ int wifiStatus(char *ssid, char *state, char *address, int *value) {
     int result = hub->IWifiCheckStatus(name, state, address, value);
     if (result != 0 || name[0] == '\0' || state[0] == '\0' || address[0] == '\0')
         return OS_ERR_WIFI_NOT_CONNECTED;
-    char decoded[1100] = {0};  // execute_cmd may capture up to 1025 characters and a line
+    char decoded[kDecodeBuffer] = {0};
     decodeName(name, decoded);
     memcpy(ssid, decoded, strnlen(decoded, kStatusNameBuffer - 1));
     return 0;
@@ -141,7 +143,7 @@ POS_API int OsWifiScan(WIFI_SCAN_ENTRY_T **out) {
     int filled = 0;
     for (int i = 0; i < list->num_used; ++i) {
         const auto *record = static_cast<const WifiScanRecord *>(list->list[i]);
-        char decoded[1100] = {0};
+        char decoded[kDecodeBuffer] = {0};
         decodeName(field(record->ssid, sizeof record->ssid).c_str(), decoded);
         if (decoded[0] == '\0') {
             Log_Err("wifi name exception\n");
@@ -164,7 +166,8 @@ POS_API int OsWifiConnect(const WIFI_CONNECT_T *request, int n) {
     if (request == nullptr || n <= 0) return OS_ERR_BAD_ARGUMENT;
     WifiConfig config;
     memset(&config, 0, sizeof config);
-    memcpy(config.ssid, request->ssid, strnlen(request->ssid, sizeof request->ssid - 1));
+    // The name's length by its terminator, read no further than its field.
+    memcpy(config.ssid, request->ssid, strnlen(request->ssid, sizeof request->ssid));
     if (request->security == WIFI_SECURITY_WPA) {
         config.mode = android::WIFI_CONFIG_SECURED;
         // Exactly the length given, bounded by the field (a longer one cannot be meant).
