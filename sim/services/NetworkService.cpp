@@ -25,7 +25,6 @@ namespace {
 const int kFailed = -1;
 const char kModemDevice[] = "/dev/chn/4";
 const char kRadioDaemonReady[] = "/tmp/rils";
-const char kStatusDir[] = "/tmp/.possim";
 const size_t kMaxText = 63;  // any text the service keeps: identities, APN fields, operator
 
 // The service's own SIM codes (GetSimStatus) and those of the published radio state.
