@@ -14,6 +14,8 @@ ROOT=$(pwd)
 
 PACKAGES=(cmake ninja-build g++ pkg-config libsqlite3-dev libssl-dev libgtest-dev libgmock-dev
           libbenchmark-dev libpng-dev nlohmann-json3-dev util-linux)
+# The bitmap-font generator (tools/fontgen) and the fonts it reads.
+PACKAGES+=(libfreetype-dev zlib1g-dev console-setup-linux fonts-dejavu-core fonts-wqy-microhei)
 # Only the commands that build with Clang need these (libFuzzer comes with the runtime).
 CLANG_PACKAGES=(clang libclang-rt-dev)
 

@@ -11,5 +11,7 @@
 #include "crypto.h"
 #include "pkg.h"
 #include "app.h"
+#include "disp.h"
+#include "font.h"
 
 #endif
