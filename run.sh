@@ -6,6 +6,8 @@
 #                            built with Clang instead of GCC)
 #   ./run.sh fuzz [SECONDS]  build the tree with Clang, libFuzzer and sanitizers, and run every
 #                            fuzz target under tests/fuzz/ for SECONDS each (default 60)
+#   ./run.sh soak [SECONDS]  application processes with many threads against a terminal whose
+#                            services are killed and restarted, for SECONDS (default 60)
 #   ./run.sh bench           build and run the benchmarks
 # Each command installs the Debian packages it needs first.
 set -euo pipefail
@@ -13,7 +15,8 @@ cd "$(dirname "$0")"
 ROOT=$(pwd)
 
 PACKAGES=(cmake ninja-build g++ pkg-config libsqlite3-dev libssl-dev libgtest-dev libgmock-dev
-          libbenchmark-dev libpng-dev nlohmann-json3-dev util-linux)
+          libbenchmark-dev libpng-dev nlohmann-json3-dev util-linux
+          libespeak-ng-dev espeak-ng-data)
 # The bitmap-font generator (tools/fontgen) and the fonts it reads.
 PACKAGES+=(libfreetype-dev zlib1g-dev console-setup-linux fonts-dejavu-core fonts-wqy-microhei)
 # Only the commands that build with Clang need these (libFuzzer comes with the runtime).
@@ -130,6 +133,14 @@ demo)
         { echo "demo: the self-test failed (see $out/selftest.txt)" >&2; exit 1; }
     echo "demo artefacts in $out"
     ;;
+soak)
+    seconds=${1:-60}
+    case "$seconds" in '' | *[!0-9]*) echo "usage: ./run.sh soak [SECONDS]" >&2; exit 2 ;; esac
+    ensure_packages
+    build "$ROOT/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+    "$ROOT/build/sim/pos-sim" run -- "$ROOT/build/tests/e2e/soak/pos_soak" --seconds "$seconds" \
+        --processes 4 --threads 6
+    ;;
 bench)
     ensure_packages
     build "$ROOT/build-bench" -DCMAKE_BUILD_TYPE=Release
@@ -140,7 +151,7 @@ bench)
     done
     ;;
 *)
-    echo "usage: ./run.sh demo | test [--asan | --clang] | fuzz [SECONDS] | bench" >&2
+    echo "usage: ./run.sh demo | test [--asan | --clang] | fuzz [SECONDS] | soak [SECONDS] | bench" >&2
     exit 2
     ;;
 esac
