@@ -7,7 +7,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <unistd.h>
 
 #include <panelui/panelui.h>
 
@@ -17,6 +16,8 @@
 #include "pos_sdk/app.h"
 #include "pos_sdk/disp.h"
 #include "pos_sdk/log.h"
+#include "pos_sdk/os_time.h"
+#include "pos_sdk/sysinfo.h"
 
 static_assert(sizeof(POINT_T) == 8 && offsetof(POINT_T, y) == 4, "POINT_T layout");
 static_assert(offsetof(DISP_DATE_T, month) == 4 && offsetof(DISP_DATE_T, year) == 8 &&
@@ -87,11 +88,11 @@ void initCommon() {
     memset(g_moduleState, 0, sizeof g_moduleState);
 }
 
-// The status-bar state the UI library publishes in the custom settings. The value is read
+// The status-bar state the UI library publishes as a system parameter. The value is read
 // into a buffer as large as a stored value can be, so no copy can overrun it.
 int readStatusBarState(char (&value)[33]) {
     memset(value, 0, sizeof value);
-    return kivogetcustom("KV_STATEBAR_DRAW_STATE", value);
+    return OsGetSysParam("KV_STATEBAR_DRAW_STATE", value);
 }
 
 }  // namespace
@@ -366,7 +367,7 @@ POS_API void Disp_vLightOff(void) {
 
 POS_API void Disp_vSetStatusBarStatus(int on) {
     PnlStateBarSetDrawState(on != 0 ? 1 : 0);
-    usleep(10 * 1000);  // the UI library publishes the state shortly after the call
+    OsSleep(10);  // the UI library publishes the state shortly after the call
     char value[33];
     int rc = readStatusBarState(value);
     value[4] = '\0';  // the state is a short number; read as the terminal's 4-byte buffer
