@@ -2,14 +2,19 @@
 
 #include <panelui/panelui.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 namespace panelui {
 
 namespace {
+
+// How often an empty queue asks its live sources again.
+constexpr std::chrono::milliseconds kLivePoll{20};
 
 class ScriptSource : public InputSource {
   public:
@@ -110,7 +115,10 @@ void InputQueue::pushText(const std::string &text) {
 void InputQueue::clear() {
     std::lock_guard<std::mutex> lock(mutex_);
     events_.clear();
-    sources_.clear();
+    // Scripts are dropped; a console stays attached.
+    sources_.erase(std::remove_if(sources_.begin(), sources_.end(),
+                                  [](const std::unique_ptr<InputSource> &s) { return !s->live(); }),
+                   sources_.end());
 }
 
 void InputQueue::addSource(std::unique_ptr<InputSource> source) {
@@ -132,9 +140,9 @@ bool InputQueue::pull(InputEvent &event) {
         events_.pop_front();
         return true;
     }
-    while (!sources_.empty()) {
-        if (sources_.front()->next(event)) return true;
-        sources_.pop_front();
+    for (auto it = sources_.begin(); it != sources_.end();) {
+        if ((*it)->next(event)) return true;
+        it = (*it)->live() ? std::next(it) : sources_.erase(it);
     }
     return false;
 }
@@ -145,10 +153,12 @@ bool InputQueue::wait(InputEvent &event, int timeoutMs) {
     for (;;) {
         if (pull(event)) return true;
         if (!live_) return false;
-        if (timeoutMs <= 0)
-            ready_.wait(lock);
-        else if (ready_.wait_until(lock, deadline) == std::cv_status::timeout)
+        auto wake = std::chrono::steady_clock::now() + kLivePoll;
+        if (timeoutMs > 0 && wake >= deadline) {
+            ready_.wait_until(lock, deadline);
             return pull(event);
+        }
+        ready_.wait_until(lock, wake);
     }
 }
 

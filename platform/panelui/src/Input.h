@@ -22,8 +22,11 @@ struct InputEvent {
 class InputSource {
   public:
     virtual ~InputSource() = default;
-    // The next event, or false when the source has nothing (now or ever).
+    // The next event, or false when the source has nothing now.
     virtual bool next(InputEvent &event) = 0;
+    // Whether nothing now may still mean something later (a console); a source that is not
+    // live is done once it has nothing.
+    virtual bool live() const { return false; }
 };
 
 // Reads a scenario input script (see panelui_host.h); a bad line is reported on standard
@@ -44,7 +47,8 @@ class InputQueue {
     bool wait(InputEvent &event, int timeoutMs);
     // Takes the next event if it is signature strokes.
     bool takeSign(InputEvent &event);
-    // A live source (a console) is attached: an empty queue waits for it.
+    // A live source (a console) is attached: an empty queue waits for it, asking the live
+    // sources again every few milliseconds.
     void setLive(bool live);
 
   private:

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "Input.h"
+#include "SimLink.h"
 
 namespace panelui {
 
@@ -49,8 +50,6 @@ void drawStatusBar() {
 
 namespace {
 
-void writePng(const char *path);
-
 // The tip layer covers the main surface where it has been drawn on and is not transparent.
 void composite() {
     Panel &p = panel();
@@ -77,24 +76,27 @@ void composite() {
     }
 }
 
-void writePng(const char *path) {
+}  // namespace
+
+// Rows of WIDTH pixels 0xRRGGBB as an RGB PNG; 0, or -1 when the file cannot be written.
+int encodePng(const uint32_t *pixels, int width, int height, const char *path) {
     FILE *out = fopen(path, "wb");
-    if (out == nullptr) return;
+    if (out == nullptr) return -1;
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
-    std::vector<uint8_t> row(kWidth * 3);
+    std::vector<uint8_t> row(static_cast<size_t>(width) * 3);
+    volatile bool written = false;  // read after a libpng error jumps back
     if (png != nullptr && info != nullptr && setjmp(png_jmpbuf(png)) == 0) {
         png_init_io(png, out);
         // Screens are flat colours: fast filtering and compression are enough.
         png_set_compression_level(png, 1);
         png_set_filter(png, 0, PNG_FILTER_SUB);
-        const Surface &f = panel().frame;
-        png_set_IHDR(png, info, f.width(), f.height(), 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+        png_set_IHDR(png, info, width, height, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                      PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
         png_write_info(png, info);
-        for (int y = 0; y < f.height(); ++y) {
-            const uint32_t *src = f.row(y);
-            for (int x = 0; x < kWidth; ++x) {
+        for (int y = 0; y < height; ++y) {
+            const uint32_t *src = pixels + static_cast<size_t>(y) * width;
+            for (int x = 0; x < width; ++x) {
                 row[x * 3] = uint8_t(src[x] >> 16);
                 row[x * 3 + 1] = uint8_t(src[x] >> 8);
                 row[x * 3 + 2] = uint8_t(src[x]);
@@ -102,33 +104,37 @@ void writePng(const char *path) {
             png_write_row(png, row.data());
         }
         png_write_end(png, nullptr);
+        written = true;
     }
     png_destroy_write_struct(&png, &info);
-    fclose(out);
+    return fclose(out) == 0 && written ? 0 : -1;
 }
 
-}  // namespace
+void setView(const char *name) {
+    Panel &p = panel();
+    std::lock_guard<std::mutex> lock(p.frameMutex);
+    p.view = name;
+    publishView(name);
+}
 
 void refresh() {
     Panel &p = panel();
     std::lock_guard<std::mutex> lock(p.frameMutex);
     composite();
     uint32_t n = ++p.frames;
-    if (p.pngEveryFrame && !p.outDir.empty()) {
-        char path[4096];
+    char path[4096];
+    bool png = p.pngEveryFrame && !p.outDir.empty();
+    if (png) {
         snprintf(path, sizeof path, "%s/frame-%06u.png", p.outDir.c_str(), n);
-        writePng(path);
+        png = encodePng(p.frame.row(0), p.frame.width(), p.frame.height(), path) == 0;
     }
+    publishFrame(p.frame, n, png ? path : nullptr);
 }
 
 int writeFramePng(const char *path) {
     Panel &p = panel();
     std::lock_guard<std::mutex> lock(p.frameMutex);
-    FILE *probe = fopen(path, "wb");
-    if (probe == nullptr) return -1;
-    fclose(probe);
-    writePng(path);
-    return 0;
+    return encodePng(p.frame.row(0), p.frame.width(), p.frame.height(), path);
 }
 
 }  // namespace panelui
@@ -152,6 +158,8 @@ void initialise(bool statusBar) {
         const char *every = getenv("POS_PANELUI_PNG");
         p.pngEveryFrame = every != nullptr && strcmp(every, "every") == 0;
         if (const char *script = getenv("POS_PANELUI_INPUT")) PnlHostLoadInputScript(script);
+        // After the script: its events come first, then the console's.
+        linkToSimulator();
     }
     drawStatusBar();
     refresh();
@@ -473,6 +481,15 @@ int PnlHostWritePng(const char *path) {
 
 const char *PnlHostCurrentView(void) {
     return panel().view;
+}
+
+int PnlHostEncodePng(const uint32_t *pixels, int width, int height, const char *path) {
+    if (pixels == nullptr || path == nullptr || width <= 0 || height <= 0) return -1;
+    return encodePng(pixels, width, height, path);
+}
+
+int PnlHostKeyCode(const char *name) {
+    return name != nullptr ? keyCodeOf(name) : 0;
 }
 
 }  // extern "C"

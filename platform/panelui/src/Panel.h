@@ -50,5 +50,8 @@ void refresh();
 void drawStatusBar();
 // The last frame as PNG at PATH; 0, or -1 when it cannot be written.
 int writeFramePng(const char *path);
+int encodePng(const uint32_t *pixels, int width, int height, const char *path);
+// Marks the view that is up ("none" when none is).
+void setView(const char *name);
 
 }  // namespace panelui

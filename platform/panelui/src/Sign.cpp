@@ -66,7 +66,7 @@ int PnlBeforeElecSignScreenSave(void) {
 }
 
 PnlElecSignTransData *PnlGetElecSignTransData(void) {
-    panel().view = "sign";
+    setView("sign");
     auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(waitLimitMs());
     PnlElecSignTransData *record = nullptr;
     while (std::chrono::steady_clock::now() < deadline) {
@@ -77,7 +77,7 @@ PnlElecSignTransData *PnlGetElecSignTransData(void) {
         if (signerGone()) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    panel().view = "none";
+    setView("none");
     if (g_savedScreen) {
         panel().main = *g_savedScreen;
         g_savedScreen.reset();

@@ -25,8 +25,8 @@ const Rect kFullScreen{40, 240, 720, 800};
 // Marks the view that is up for as long as it runs.
 class ViewScope {
   public:
-    explicit ViewScope(const char *name) { panel().view = name; }
-    ~ViewScope() { panel().view = "none"; }
+    explicit ViewScope(const char *name) { setView(name); }
+    ~ViewScope() { setView("none"); }
 };
 
 // The rectangle of a view: the caller's clipped to the screen, or the full-screen one.

@@ -43,6 +43,11 @@ int PnlHostWritePng(const char *path);
  * "editbox", "list", "table", "slidelist", "sign". */
 const char *PnlHostCurrentView(void);
 
+/* WIDTH x HEIGHT pixels 0xRRGGBB, row by row, as an RGB PNG at PATH; 0 or -1. */
+int PnlHostEncodePng(const uint32_t *pixels, int width, int height, const char *path);
+/* The PNL_KEY_* code of a key name of the input script ("ENTER", "5"), or 0. */
+int PnlHostKeyCode(const char *name);
+
 #ifdef __cplusplus
 }
 #endif
