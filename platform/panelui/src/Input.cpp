@@ -9,6 +9,8 @@
 #include <iterator>
 #include <sstream>
 
+#include "Panel.h"
+
 namespace panelui {
 
 namespace {
@@ -54,6 +56,8 @@ class ScriptSource : public InputSource {
                 e.ch = c;
                 pending_.push_back(e);
             }
+        } else if (verb == "screenshot" && !rest.empty()) {
+            screenshot(rest);
         } else if (verb == "sign") {
             e.type = InputEvent::Type::Sign;
             e.strokes = rest;
@@ -61,6 +65,16 @@ class ScriptSource : public InputSource {
         } else {
             fprintf(stderr, "panelui: %s:%d: not an input event: %s\n", path_.c_str(), lineNo_,
                     line.c_str());
+        }
+    }
+
+    // The frame as it is when the script gets here, into the output directory.
+    void screenshot(const std::string &name) {
+        const std::string &dir = panel().outDir;
+        if (dir.empty() || name.find('/') != std::string::npos ||
+            writeFramePng((dir + "/" + name).c_str()) != 0) {
+            fprintf(stderr, "panelui: %s:%d: cannot write the screenshot %s (POS_PANELUI_OUT %s)\n",
+                    path_.c_str(), lineNo_, name.c_str(), dir.c_str());
         }
     }
 

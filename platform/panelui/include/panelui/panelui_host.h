@@ -6,6 +6,8 @@
  *                         key NAME        NAME: 0-9, CANCEL, CLEAR, ENTER, UP, DOWN, MENU
  *                         text TEXT       typed into the view that is up (digits also as keys)
  *                         touch X Y       a touch of the main surface
+ *                         screenshot NAME the frame as it is when the script gets here, as
+ *                                         PNG NAME in POS_PANELUI_OUT
  *                         sign X,Y X,Y ... [; X,Y ...]   strokes for the signature pad
  *                         sign crash | sign none        the signature application fails
  *                         # a comment
