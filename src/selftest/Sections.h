@@ -21,6 +21,7 @@ void testCellular(Checks &checks, const Expectations &expected);
 void testSystemInformation(Checks &checks, const Expectations &expected);
 void testCardReaders(Checks &checks, const Expectations &expected);
 void testDisplay(Checks &checks, const Expectations &expected);
+void testTime(Checks &checks, const Expectations &expected);
 
 struct Section {
     const char *title;

@@ -31,6 +31,7 @@ const Section *sections(int *count) {
         {"PIN pad", testPinpad},
         {"System information", testSystemInformation},
         {"Card readers", testCardReaders},
+        {"Time and timers", testTime},
     };
     *count = static_cast<int>(sizeof all / sizeof all[0]);
     return all;
