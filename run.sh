@@ -17,6 +17,8 @@ ROOT=$(pwd)
 PACKAGES=(cmake ninja-build g++ pkg-config libsqlite3-dev libssl-dev libgtest-dev libgmock-dev
           libbenchmark-dev libpng-dev nlohmann-json3-dev util-linux
           libespeak-ng-dev espeak-ng-data)
+# The bitmap-font generator (tools/fontgen) and the fonts it reads.
+PACKAGES+=(libfreetype-dev zlib1g-dev console-setup-linux fonts-dejavu-core fonts-wqy-microhei)
 # Only the commands that build with Clang need these (libFuzzer comes with the runtime).
 CLANG_PACKAGES=(clang libclang-rt-dev)
 
@@ -125,6 +127,8 @@ demo)
     "$ROOT/build/sim/pos-sim" run --out "$out" -- "$ROOT/build/tools/pos_demo/pos_demo" | tee "$out/demo.txt"
     # Then the whole self-test on the demo terminal; the library's log goes to a file beside it.
     scenario="$ROOT/tools/demo/scenario.json"
+    # The display section is answered by an input script that also takes its screenshots.
+    export POS_PANELUI_INPUT="$ROOT/tools/demo/display-input.txt" POS_PANELUI_OUT="$out"
     "$ROOT/build/sim/pos-sim" run --scenario "$scenario" --out "$out" -- \
         "$ROOT/build/src/selftest/pos_selftest" --auto --scenario "$scenario" \
         2>"$out/selftest-log.txt" | tee "$out/selftest.txt" ||

@@ -25,7 +25,7 @@ const Section *sections(int *count) {
         {"Application management", testApplications},
         {"Wi-Fi", nullptr},
         {"Cellular network", testCellular},
-        {"Display", nullptr},
+        {"Display", testDisplay},
         {"Text-to-speech", testSpeech},
         {"Power, LEDs and small devices", testSmallDevices},
         {"PIN pad", testPinpad},
