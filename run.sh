@@ -16,7 +16,8 @@ ROOT=$(pwd)
 
 PACKAGES=(cmake ninja-build g++ pkg-config libsqlite3-dev libssl-dev libgtest-dev libgmock-dev
           libbenchmark-dev libpng-dev nlohmann-json3-dev util-linux
-          libespeak-ng-dev espeak-ng-data)
+          libespeak-ng-dev espeak-ng-data
+          libcpp-httplib-dev chromium python3-websockets)
 # Only the commands that build with Clang need these (libFuzzer comes with the runtime).
 CLANG_PACKAGES=(clang libclang-rt-dev)
 
