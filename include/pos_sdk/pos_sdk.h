@@ -20,5 +20,7 @@
 #include "upgrade.h"
 #include "usb_serial.h"
 #include "wifi.h"
+#include "disp.h"
+#include "font.h"
 
 #endif

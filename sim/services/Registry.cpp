@@ -16,6 +16,7 @@
 #include "ThermalService.h"
 #include "WifiService.h"
 #include "SecurityService.h"
+#include "DisplayService.h"
 
 namespace possim {
 
@@ -44,6 +45,7 @@ const std::vector<ServiceEntry> &simulatedServices() {
         {"printer", "KivoThermalPrinterService", "printer", make<ThermalService>},
         {"wifi", "KivoWifiManagerService", "wifi", make<WifiService>},
         {"security", "KivoSecurityManagerService", "security", make<SecurityService>},
+        {"display", "PosSimDisplayService", "display", make<DisplayService>},
     };
     return services;
 }

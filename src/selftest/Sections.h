@@ -23,6 +23,8 @@ void testCardReaders(Checks &checks, const Expectations &expected);
 void testWifi(Checks &checks, const Expectations &expected);
 void testPrinter(Checks &checks, const Expectations &expected);
 void testSecurity(Checks &checks, const Expectations &expected);
+void testDisplay(Checks &checks, const Expectations &expected);
+void testTime(Checks &checks, const Expectations &expected);
 
 struct Section {
     const char *title;

@@ -25,7 +25,7 @@ const Section *sections(int *count) {
         {"Application management", testApplications},
         {"Wi-Fi", testWifi},
         {"Cellular network", testCellular},
-        {"Display", nullptr},
+        {"Display", testDisplay},
         {"Text-to-speech", testSpeech},
         {"Power, LEDs and small devices", testSmallDevices},
         {"PIN pad", testPinpad},
@@ -33,6 +33,7 @@ const Section *sections(int *count) {
         {"Card readers", testCardReaders},
         {"Thermal printer", testPrinter},
         {"Security processor", testSecurity},
+        {"Time and timers", testTime},
     };
     *count = static_cast<int>(sizeof all / sizeof all[0]);
     return all;
