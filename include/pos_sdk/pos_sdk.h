@@ -19,6 +19,7 @@
 #include "sysinfo.h"
 #include "upgrade.h"
 #include "usb_serial.h"
+#include "wifi.h"
 #include "disp.h"
 #include "font.h"
 

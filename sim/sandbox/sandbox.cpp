@@ -144,6 +144,19 @@ void bindHostTopLevel(const std::string &root) {
 
 // A private /run holding only the host's name-resolution state (/etc/resolv.conf may point
 // there), read-only.
+// The terminal's shell (busybox) has an echo that takes -e, which the library relies on to
+// decode Wi-Fi names; Debian's /bin/sh (dash) echoes "-e" instead. Where the host has bash,
+// it stands in for /bin/sh inside, read-only like the rest of the host.
+void bindTerminalShell(const std::string &root) {
+    if (access("/bin/bash", X_OK) != 0) return;
+    char shell[PATH_MAX];
+    if (realpath((root + "/bin/sh").c_str(), shell) == nullptr) return;
+    // Only a file of the new root's own host binds is covered.
+    if (strncmp(shell, root.c_str(), root.size()) != 0 || shell[root.size()] != '/') return;
+    if (mount("/bin/bash", shell, nullptr, MS_BIND, nullptr) != 0) fail("bind /bin/bash");
+    makeReadOnly(shell);
+}
+
 void buildRun(const std::string &root) {
     mountFs("tmpfs", root + "/run", MS_NOSUID | MS_NODEV, "mode=0755");
     const std::string resolve = "/run/systemd/resolve";
@@ -262,6 +275,7 @@ void buildSandbox(const std::vector<HostBind> &binds) {
     const std::string root = kNewRoot;
     mountFs("tmpfs", root, MS_NOSUID, "mode=0755");
     bindHostTopLevel(root);
+    bindTerminalShell(root);
     buildRun(root);
     buildProc(root);
     buildDev(root);

@@ -13,6 +13,9 @@
 #include "Qd36nService.h"
 #include "SegLcdService.h"
 #include "TtsService.h"
+#include "ThermalService.h"
+#include "WifiService.h"
+#include "SecurityService.h"
 #include "DisplayService.h"
 
 namespace possim {
@@ -39,6 +42,9 @@ const std::vector<ServiceEntry> &simulatedServices() {
         {"iccard", "KivoIICCardService", "iccard", make<ICCardService>},
         {"magcard", "KivoMagcardService", "magcard", make<MagcardService>},
         {"rfid", "KivoRFIDService", "rfid", make<RFIDService>},
+        {"printer", "KivoThermalPrinterService", "printer", make<ThermalService>},
+        {"wifi", "KivoWifiManagerService", "wifi", make<WifiService>},
+        {"security", "KivoSecurityManagerService", "security", make<SecurityService>},
         {"display", "PosSimDisplayService", "display", make<DisplayService>},
     };
     return services;

@@ -139,6 +139,13 @@ void takeText(const json &state, const char *key, std::string &field) {
     if (it != state.end()) field = textOf(*it, key);
 }
 
+int intArg(const json &args, const char *key, int fallback) {
+    auto it = args.find(key);
+    if (it == args.end()) return fallback;
+    if (it->is_string()) return intOf(json::parse(it->get<std::string>(), nullptr, false), key);
+    return intOf(*it, key);
+}
+
 SimService::SimService(const char *descriptor) : mDescriptor(descriptor) {}
 
 const android::String16 &SimService::getInterfaceDescriptor() const {

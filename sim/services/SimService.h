@@ -49,6 +49,9 @@ std::string textOf(const nlohmann::json &value, const std::string &what);
 void takeInt(const nlohmann::json &state, const char *key, int &field);
 void takeBool(const nlohmann::json &state, const char *key, bool &field);
 void takeText(const nlohmann::json &state, const char *key, std::string &field);
+// An integer event argument, typed as text on the console or a number in JSON; FALLBACK when
+// absent. Throws as intOf does.
+int intArg(const nlohmann::json &args, const char *key, int fallback);
 
 class SimService : public android::BBinder {
   public:

@@ -120,6 +120,13 @@ bool parseScenario(const std::string &text, Expectations &out, std::string &erro
     expected.cardInserted = flag(root, "iccard", "inserted");
     expected.cardSwiped = flag(root, "magcard", "swiped");
     expected.cardInField = flag(root, "rfid", "in_field");
+    if (root.contains("wifi") && root["wifi"].is_object()) {
+        for (const json &network : root["wifi"].value("networks", json::array())) {
+            if (!network.is_object() || !network.value("ssid", json()).is_string()) continue;
+            expected.networks.push_back(
+                {network["ssid"].get<std::string>(), network.value("password", std::string())});
+        }
+    }
     out = expected;
     return true;
 }

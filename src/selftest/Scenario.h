@@ -15,17 +15,24 @@ struct ExpectedApp {
     std::string version;  // as the SDK reports it: "V1.2.3-4"
 };
 
+// A Wi-Fi network in range, with the password that joins it (empty: open).
+struct ExpectedNetwork {
+    std::string ssid;
+    std::string password;
+};
+
 struct Expectations {
     std::optional<std::string> serialNumber;
     std::optional<int> batteryCapacity;
     std::optional<int> batteryVoltage;
     std::optional<int> chargeState;
-    std::vector<ExpectedApp> apps;  // empty: the installed applications are not known
+    std::vector<ExpectedApp> apps;           // empty: the installed applications are not known
     std::optional<std::string> scriptedPin;  // the PIN pad's first scripted entry, if digits
     // Cards the terminal starts with: in the IC card slot, swiped, in the contactless field.
     std::optional<bool> cardInserted;
     std::optional<bool> cardSwiped;
     std::optional<bool> cardInField;
+    std::vector<ExpectedNetwork> networks;  // Wi-Fi networks in range, in scenario order
 };
 
 // Reads the scenario TEXT (a JSON object). Returns false and sets ERROR when it is not one, or

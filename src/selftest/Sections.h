@@ -20,6 +20,9 @@ void testSmallDevices(Checks &checks, const Expectations &expected);
 void testCellular(Checks &checks, const Expectations &expected);
 void testSystemInformation(Checks &checks, const Expectations &expected);
 void testCardReaders(Checks &checks, const Expectations &expected);
+void testWifi(Checks &checks, const Expectations &expected);
+void testPrinter(Checks &checks, const Expectations &expected);
+void testSecurity(Checks &checks, const Expectations &expected);
 void testDisplay(Checks &checks, const Expectations &expected);
 void testTime(Checks &checks, const Expectations &expected);
 

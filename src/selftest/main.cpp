@@ -23,7 +23,7 @@ const Section *sections(int *count) {
         {"Algorithms", testAlgorithms},
         {"RSA", testRsa},
         {"Application management", testApplications},
-        {"Wi-Fi", nullptr},
+        {"Wi-Fi", testWifi},
         {"Cellular network", testCellular},
         {"Display", testDisplay},
         {"Text-to-speech", testSpeech},
@@ -31,6 +31,8 @@ const Section *sections(int *count) {
         {"PIN pad", testPinpad},
         {"System information", testSystemInformation},
         {"Card readers", testCardReaders},
+        {"Thermal printer", testPrinter},
+        {"Security processor", testSecurity},
         {"Time and timers", testTime},
     };
     *count = static_cast<int>(sizeof all / sizeof all[0]);

@@ -4,6 +4,7 @@
 #include <utils/String8.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -88,6 +89,26 @@ const char *keepReplyText(const android::String16 &text) {
     android::String8 text8(text);
     lastReply.assign(text8.string(), text8.size());
     return lastReply.c_str();
+}
+
+int Reply::statusAndRecords(smartlist_t *list, size_t size) {
+    int result = mParcel.readInt32();
+    if (result != 0 || list == nullptr) return result;
+    int count = mParcel.readInt32();
+    // A count the reply cannot hold stops at the reply's end rather than allocating without
+    // bound; a last record cut short is appended zero-padded, as a short read leaves it.
+    for (int i = 0; i < count && mParcel.dataAvail() > 0; ++i) {
+        void *record = malloc(size);
+        if (record == nullptr) break;
+        size_t whole = mParcel.dataAvail() < size ? mParcel.dataAvail() : size;
+        memset(record, 0, size);
+        memcpy(record, mParcel.data() + mParcel.dataPosition(), whole);
+        mParcel.setDataPosition(mParcel.dataPosition() + whole);
+        // Records are padded to 4 bytes like any item; the padding past a short end is skipped.
+        mParcel.setDataPosition(mParcel.dataPosition() + (4 - whole % 4) % 4);
+        smartlist_add(list, record);
+    }
+    return result;
 }
 
 Reply::Reply(const android::sp<android::IBinder> &remote, uint32_t code,

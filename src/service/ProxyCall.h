@@ -20,6 +20,7 @@
 //   pos::cstringOut(buf)     x_readCStringFromParcel (an absent string empties buf)
 //   pos::cstringCopy(buf)    readCString copied into buf (an absent string empties buf)
 //   pos::recordOut(p)        the raw bytes of *p
+// A list of raw records (the Wi-Fi scan) is read by statusAndRecords(list, size).
 //
 // A dead service prints "remote dead object !" and the empty reply is read as usual; the
 // proxies of a few services print nothing (specialise ReportsDeadObject in their unit).
@@ -36,6 +37,7 @@
 #include <type_traits>
 
 #include "pos_sdk/pos_export.h"
+#include "pos_sdk/smartlist.h"
 
 // Reads one C string from `reply` into `dst` (no length limit: the caller sizes `dst` for the
 // service's answer). Returns `dst`, or null with `dst` emptied when the reply holds none.
@@ -145,6 +147,10 @@ class Reply {
     }
     // Nothing after the exception code.
     void none() {}
+    // The status, then, when it is 0, a count and that many raw records of SIZE bytes, each
+    // copied into a malloc'ed block appended to LIST (which keeps what it held); the status
+    // is returned.
+    int statusAndRecords(smartlist_t *list, size_t size);
 
   private:
     android::Parcel mParcel;

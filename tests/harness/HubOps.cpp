@@ -17,7 +17,10 @@ const std::vector<HubOp> &allHubOps() {
                  &pinpadHubOps(),
                  &icCardHubOps(),
                  &magcardHubOps(),
-                 &rfidHubOps()}) {
+                 &rfidHubOps(),
+                 &thermalHubOps(),
+                 &wifiHubOps(),
+                 &securityHubOps()}) {
             ops.insert(ops.end(), table->begin(), table->end());
         }
         return ops;

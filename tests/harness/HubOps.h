@@ -46,6 +46,9 @@ const std::vector<HubOp> &ttsHubOps();
 const std::vector<HubOp> &icCardHubOps();
 const std::vector<HubOp> &magcardHubOps();
 const std::vector<HubOp> &rfidHubOps();
+const std::vector<HubOp> &thermalHubOps();
+const std::vector<HubOp> &wifiHubOps();
+const std::vector<HubOp> &securityHubOps();
 // Every service's operations, in the hub's member order.
 const std::vector<HubOp> &allHubOps();
 // The operation called NAME; aborts when there is none.

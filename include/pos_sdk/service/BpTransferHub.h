@@ -87,6 +87,13 @@ class POS_API BpTransferHub {
     const char *IRFIDFelicaAPDUComm(const char *frame, int timeout);
 
     // ---- Thermal (printer) ----
+    int IThermalOpen(int mode);
+    int IThermalClose();
+    int IThermalPrintBmp(const char *bitmap, int x, int width, int height, int align, int gap);
+    int IThermalFeedPaper(int dots, int cut);
+    int IThermalFindBlackLabel(int maxDots);
+    int IThermalSetDensity(int density, int speed);
+    int IThermalStatus(int selector);
 
     // ---- Network ----
     int INetGetDevIMEI(char *imei);
@@ -187,8 +194,28 @@ class POS_API BpTransferHub {
     int IPinpadCtrlKeyResponse(int action);
 
     // ---- Wifi ----
+    int IWifiOpen();
+    int IWifiClose();
+    // Appends malloc'ed 540-byte scan records to LIST; the list's owner frees them.
+    int IWifiScan(smartlist_t *list);
+    int IWifiConnect(android::WifiConfig *config, int flags);
+    int IWifiDisconnect();
+    int IWifiReconnect();
+    int IWifiCheckStatus(char *ssid, char *state, char *address, int *value);
+    int IWifiSendCmd(char *command, char *reply, int size);
+    int IWifiEnable(int on);
+    int IWifiSaveConfig(android::WifiConfig *config);
 
     // ---- Security ----
+    const char *ISecurityGetRandom(int length);
+    int ISecurityGetAntiTamperState(int *state);
+    int ISecurityClearAntiTamperState(int mode, char *text, int length);
+    int ISecurityClearSerialNumber(int mode, char *text, int length);
+    int ISecuritySetParam(int selector, char *value);
+    const char *ISecurityGetParam(int selector);
+    const char *ISecurityGetEncCID();
+    const char *ISecurityGetOSEncCID();
+    int ISecurityClearOSPubKey();
 
     // ---- Qd36n (model MCU) ----
     int IQd36nSetDateTime(char *text);

@@ -120,7 +120,7 @@ TEST_F(HubControl, KilledServiceIsNoticedAndARestartedOneKeepsItsState) {
 
 TEST_F(HubControl, RefusedCommandsSayWhyAndChangeNothing) {
     const std::vector<std::vector<std::string>> refused = {
-        {"printer", "state"},
+        {"fax", "state"},
         {"power", "set", "battery_capacity"},
         {"power", "fault", "delay", "1"},
         {"power", "fault", "melt", "1"},
