@@ -123,7 +123,7 @@ std::vector<Event> EventHub::snapshot(uint64_t &next) {
     for (const auto &file : mFiles) {
         if (!file.second.frame)
             events.push_back({0, "file", file.second.data});
-        else if (newestFrame == nullptr || file.second.version > newestFrame->version)
+        else if (newestFrame == nullptr || file.second.seen > newestFrame->seen)
             newestFrame = &file.second;
     }
     if (newestFrame != nullptr) events.push_back({0, "file", newestFrame->data});
@@ -212,7 +212,7 @@ void EventHub::fileWritten(const std::string &path) {
     {
         std::lock_guard<std::mutex> lock(mMutex);
         if (mFiles.size() < kFilesKept || mFiles.count(relative) != 0)
-            mFiles[relative] = {data, kind == "frame", version};
+            mFiles[relative] = {data, kind == "frame", ++mFilesSeen};
     }
     publish("file", data);
 }

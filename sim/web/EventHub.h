@@ -69,9 +69,10 @@ class EventHub {
     struct FileSeen {
         std::string data;  // its file event's data
         bool frame = false;
-        uint64_t version = 0;
+        uint64_t seen = 0;  // the order the hub saw it written in (mtimes may be equal)
     };
     std::map<std::string, FileSeen> mFiles;  // by relative name
+    uint64_t mFilesSeen = 0;
     std::string mState;
     bool mStopping = false;
     bool mPollNow = false;
