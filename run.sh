@@ -134,12 +134,14 @@ demo)
         "$ROOT/build/src/selftest/pos_selftest" --auto --scenario "$scenario" \
         2>"$out/selftest-log.txt" | tee "$out/selftest.txt" ||
         { echo "demo: the self-test failed (see $out/selftest.txt)" >&2; exit 1; }
-    # The example sale, built against the installed SDK, run once with a chip card in the slot
-    # and a scripted PIN; its output, speech (and receipt, with a printer) in demo-out/sale/.
+    # The example sale, built against the installed SDK, run once with a chip card in the slot,
+    # a scripted PIN and its input script typing the amount; its output, screenshots (amount
+    # entry, card prompt, result), speech (and receipt, with a printer) in demo-out/sale/.
     "$ROOT/examples/sale/build.sh" "$ROOT/build" "$ROOT/build/sdk"
     mkdir -p "$out/sale"
-    "$ROOT/build/sdk/bin/pos-sim" run --scenario "$ROOT/examples/sale/scripted.json" \
-        --out "$out/sale" -- "$ROOT/build/sdk/sale-build/sale" --amount 1250 \
+    POS_PANELUI_INPUT="$ROOT/examples/sale/input.txt" POS_PANELUI_OUT="$out/sale" \
+        "$ROOT/build/sdk/bin/pos-sim" run --scenario "$ROOT/examples/sale/scripted.json" \
+        --out "$out/sale" -- "$ROOT/build/sdk/sale-build/sale" \
         2>"$out/sale/log.txt" | tee "$out/sale/sale.txt" ||
         { echo "demo: the sale failed (see $out/sale/)" >&2; exit 1; }
     echo "drive the sale yourself on the terminal's page (open the address it prints):"

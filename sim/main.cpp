@@ -216,6 +216,13 @@ bool startWebPage(const Options &opts, possim::web::WebServer &server) {
         fclose(out);
     }
     fprintf(stderr, "pos-sim: the terminal's page: %s\n", server.url().c_str());
+    // The application's screen reaches the page as it is drawn: its UI library replaces
+    // "screen.png" in the output directory on every refresh (unless the person chose
+    // otherwise with POS_PANELUI_PNG and POS_PANELUI_OUT).
+    if (getenv("POS_PANELUI_PNG") == nullptr) {
+        setenv("POS_PANELUI_PNG", "latest", 1);
+        setenv("POS_PANELUI_OUT", opts.outDir.c_str(), 0);
+    }
     return true;
 }
 

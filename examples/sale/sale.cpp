@@ -1,15 +1,18 @@
-// A card sale from end to end on the SDK: the amount, a card from any reader (chip, stripe or
-// contactless), the customer's PIN under the terminal's DUKPT key, the transaction stored in
-// the record database, a receipt, "approved" spoken, and the sales so far listed.
+// A card sale from end to end on the SDK: the amount typed on the screen, a card from any
+// reader (chip, stripe or contactless), the customer's PIN under the terminal's DUKPT key, the
+// transaction stored in the record database, a receipt, "approved" on the screen and spoken,
+// and the sales so far listed.
 //
-//   sale [--amount CENTS] [--wait SECONDS] [--db DIR]     one sale
+//   sale [--amount CENTS] [--wait SECONDS] [--db DIR]     one sale (the amount typed on the
+//                                                         screen unless --amount gives it)
 //   sale --list [--db DIR]                                the sales stored so far
 //
-// Exit status: 0 approved, 1 declined (no card, PIN cancelled or timed out, a reader or the
-// PIN pad failing), 2 a wrong command line or no database.
+// Exit status: 0 approved, 1 declined (no amount, no card, PIN cancelled or timed out, a
+// reader or the PIN pad failing), 2 a wrong command line or no database.
 #include <pos_sdk/pos_sdk.h>
 #include <pos_sdk/service/BpTransferHub.h>
 
+#include <time.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -25,9 +28,13 @@ const char kTable[] = "sales";
 const int kRecordSize = 256;  // one sale as a line of text, padded with zeros
 const int kDukptKey = 0;      // the terminal's DUKPT key for PIN blocks
 const int kPollMs = 100;
+// Disp_GetKey's codes of the keys the sale answers.
+const int kKeyCancel = 14;
+// How long the result stays on the screen unless a key is pressed.
+const int kResultMs = 3000;
 
 struct Options {
-    long amount = 1250;  // in cents
+    long amount = 0;  // in cents; 0: typed on the screen
     int waitSeconds = 60;
     std::string dbDir = "/customer/kivo/sale";
     bool list = false;
@@ -75,13 +82,50 @@ std::string amountText(long cents) {
     return text;
 }
 
-// The amount as the customer confirms it on the screen. This build of the SDK has no display
-// functions: the amount comes from the command line.
-long enterAmount(long scripted) {
-    OsLog(LOG_LEVEL_INFO, "no display on this build: the amount is %s from the command line\n",
-          amountText(scripted).c_str());
-    printf("amount %s\n", amountText(scripted).c_str());
-    return scripted;
+// A whole screen: a title bar and up to three lines below it. Text lines wait for the next
+// refresh; the rule under the title, a drawing that refreshes, brings them up together.
+void showScreen(const char *title, const std::string &line2, const std::string &line3 = "",
+                const std::string &line4 = "") {
+    Disp_vClearPort();
+    Disp_vShowStr(0, 1, 0, "%s", title);  // style 1: white on blue
+    Disp_vShowStr(1, 0, 0, "%s", line2.c_str());
+    Disp_vShowStr(2, 0, 0, "%s", line3.c_str());
+    Disp_vShowStr(3, 0, 0, "%s", line4.c_str());
+    Disp_vDrawLineAt(0, 213, 800, 213, 4, 0);
+}
+
+// The amount typed on the screen's amount view, in cents; 0 when it was cancelled or nobody
+// typed in time. A zero amount is asked again.
+long typedAmount(int seconds) {
+    for (;;) {
+        char digits[16] = {};
+        if (Disp_nShowAmountInputView(100, 300, 600, 500, "$", 1, 8, sizeof digits, digits, seconds,
+                                      0) != 0) {
+            return 0;
+        }
+        long cents = atol(digits);
+        if (cents > 0) return cents;
+    }
+}
+
+// The amount of the sale: from the command line when it gives one, else typed on the screen.
+long enterAmount(long given, int seconds) {
+    long amount = given > 0 ? given : typedAmount(seconds);
+    if (amount > 0) printf("amount %s\n", amountText(amount).c_str());
+    fflush(stdout);
+    return amount;
+}
+
+// The outcome on the screen, kept up until a key or for a few seconds.
+void showResult(const char *title, const std::string &line2, const std::string &line3 = "") {
+    showScreen(title, line2, line3, "PRESS ANY KEY");
+    Disp_GetKey(kResultMs);
+}
+
+long elapsedMs(const timespec &since) {
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return (now.tv_sec - since.tv_sec) * 1000 + (now.tv_nsec - since.tv_nsec) / 1000000;
 }
 
 bool isError(const char *answer) {
@@ -154,8 +198,11 @@ bool contactlessCard(Card &card) {
     return true;
 }
 
-// Waits for a card at any reader; false when none came in time.
-bool waitForCard(int seconds, Card &card) {
+// Waits for a card at any reader while the screen asks for one; false when none came in time
+// or CANCEL was pressed.
+bool waitForCard(long amount, int seconds, Card &card) {
+    showScreen("SALE", "AMOUNT  $ " + amountText(amount), "insert, swipe or tap card",
+               "CANCEL to stop");
     printf("insert, swipe or tap card\n");
     fflush(stdout);
     OsLog(LOG_LEVEL_INFO, "insert, swipe or tap card\n");
@@ -165,9 +212,17 @@ bool waitForCard(int seconds, Card &card) {
     hub()->IRFIDSelectCardType(0, 106);
     hub()->IRFIDPowerOn();
     bool found = false;
-    for (int waited = 0; !found && waited < seconds * 1000; waited += kPollMs) {
+    timespec start;
+    clock_gettime(CLOCK_MONOTONIC, &start);
+    while (!found && elapsedMs(start) < seconds * 1000L) {
+        // The keys first: they wait the round's time on a terminal (and return at once where
+        // nothing can press one).
+        timespec round;
+        clock_gettime(CLOCK_MONOTONIC, &round);
+        if (Disp_GetKey(kPollMs) == kKeyCancel) break;
         found = chipCard(card) || stripeCard(card) || contactlessCard(card);
-        if (!found) usleep(kPollMs * 1000);
+        long left = kPollMs - elapsedMs(round);
+        if (!found && left > 0) usleep(static_cast<useconds_t>(left) * 1000);
     }
     hub()->IRFIDPowerOff();
     hub()->IRFIDClose();
@@ -176,12 +231,17 @@ bool waitForCard(int seconds, Card &card) {
     return found && card.pan.size() >= 13;
 }
 
-// The customer's PIN as a DUKPT PIN block: "PINBLOCK|KSN", or empty with the reason shown.
-std::string takePin(const Card &card, int seconds) {
+std::string maskedPan(const std::string &pan) {
+    return pan.substr(0, 6) + std::string(pan.size() - 10, '*') + pan.substr(pan.size() - 4);
+}
+
+// The customer's PIN as a DUKPT PIN block: "PINBLOCK|KSN", or empty with the REASON.
+std::string takePin(const Card &card, int seconds, std::string &reason) {
     if (hub()->IPinpadOpen(kAppId) != 0) {
-        printf("declined: the PIN pad does not open\n");
+        reason = "the PIN pad does not open";
         return "";
     }
+    showScreen("SALE", card.method + " " + maskedPan(card.pan), "enter PIN on the PIN pad");
     printf("enter PIN\n");
     fflush(stdout);
     std::string request = std::to_string(kDukptKey) + "|" + card.pan;
@@ -192,16 +252,12 @@ std::string takePin(const Card &card, int seconds) {
     }
     hub()->IPinpadClose();
     if (answer.compare(0, 2, "0|") != 0) {
-        printf("declined: %s\n", answer.compare(0, 3, "-11") == 0   ? "PIN cancelled"
-                                 : answer.compare(0, 3, "-12") == 0 ? "PIN timed out"
-                                                                    : answer.c_str());
+        reason = answer.compare(0, 3, "-11") == 0   ? "PIN cancelled"
+                 : answer.compare(0, 3, "-12") == 0 ? "PIN timed out"
+                                                    : answer;
         return "";
     }
     return answer.substr(2);
-}
-
-std::string maskedPan(const std::string &pan) {
-    return pan.substr(0, 6) + std::string(pan.size() - 10, '*') + pan.substr(pan.size() - 4);
 }
 
 std::string now() {
@@ -248,6 +304,42 @@ void listSales(void *table) {
     }
 }
 
+// The sale refused: the reason on the output and on the screen; exit status 1.
+int decline(const std::string &reason) {
+    printf("declined: %s\n", reason.c_str());
+    fflush(stdout);
+    showResult("DECLINED", reason);
+    return 1;
+}
+
+// One sale on the screen, from the amount to the result; the exit status.
+int sell(const Options &o, void *table) {
+    Disp_vInit();
+    long amount = enterAmount(o.amount, o.waitSeconds);
+    if (amount <= 0) return decline("no amount");
+    Card card;
+    if (!waitForCard(amount, o.waitSeconds, card)) return decline("no card read");
+    printf("card %s %s\n", card.method.c_str(), maskedPan(card.pan).c_str());
+    std::string reason;
+    std::string pin = takePin(card, o.waitSeconds, reason);
+    if (pin.empty()) return decline(reason);
+    int number = DB_nGetRecordSUM(table) + 1;
+    std::string date = now();
+    std::string line = date + "|" + amountText(amount) + "|" + card.method + "|" +
+                       maskedPan(card.pan) + "|" + pin.substr(pin.find('|') + 1) + "|" +
+                       pin.substr(0, pin.find('|'));
+    if (!store(table, line, number)) return decline("the sale could not be stored");
+    printReceipt(date, amount, card, number);
+    showScreen("APPROVED", "AMOUNT  $ " + amountText(amount),
+               card.method + " " + maskedPan(card.pan), "PRESS ANY KEY");
+    printf("approved\n");
+    fflush(stdout);
+    speak("approved");
+    listSales(table);
+    Disp_GetKey(kResultMs);
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -265,34 +357,12 @@ int main(int argc, char **argv) {
         fprintf(stderr, "sale: no database in %s\n", o.dbDir.c_str());
         return 2;
     }
-    if (o.list) {
+    int status = 0;
+    if (o.list)
         listSales(table);
-        return 0;
-    }
-    long amount = enterAmount(o.amount);
-    Card card;
-    if (!waitForCard(o.waitSeconds, card)) {
-        printf("declined: no card read\n");
-        return 1;
-    }
-    printf("card %s %s\n", card.method.c_str(), maskedPan(card.pan).c_str());
-    std::string pin = takePin(card, o.waitSeconds);
-    if (pin.empty()) return 1;
-    int number = DB_nGetRecordSUM(table) + 1;
-    std::string date = now();
-    std::string line = date + "|" + amountText(amount) + "|" + card.method + "|" +
-                       maskedPan(card.pan) + "|" + pin.substr(pin.find('|') + 1) + "|" +
-                       pin.substr(0, pin.find('|'));
-    if (!store(table, line, number)) {
-        printf("declined: the sale could not be stored\n");
-        return 1;
-    }
-    printReceipt(date, amount, card, number);
-    printf("approved\n");
-    fflush(stdout);
-    speak("approved");
-    listSales(table);
+    else
+        status = sell(o, table);
     DB_vClose(table);
     DB_vUnInit();
-    return 0;
+    return status;
 }

@@ -118,7 +118,15 @@ void EventHub::publish(const std::string &name, const std::string &data) {
 std::vector<Event> EventHub::snapshot(uint64_t &next) {
     std::lock_guard<std::mutex> lock(mMutex);
     std::vector<Event> events;
-    for (const auto &file : mFiles) events.push_back({0, "file", file.second});
+    // Of the frames only the newest: the screen shows nothing older.
+    const FileSeen *newestFrame = nullptr;
+    for (const auto &file : mFiles) {
+        if (!file.second.frame)
+            events.push_back({0, "file", file.second.data});
+        else if (newestFrame == nullptr || file.second.seen > newestFrame->seen)
+            newestFrame = &file.second;
+    }
+    if (newestFrame != nullptr) events.push_back({0, "file", newestFrame->data});
     if (!mState.empty()) events.push_back({0, "state", mState});
     // The log lines still in the history, so that a new page sees the tail.
     size_t lines = 0;
@@ -193,15 +201,18 @@ void EventHub::fileWritten(const std::string &path) {
     }
     struct stat st;
     if (stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return;
+    std::string kind = fileKind(relative);
+    uint64_t version = static_cast<uint64_t>(st.st_mtim.tv_sec) * 1000000000ULL +
+                       static_cast<uint64_t>(st.st_mtim.tv_nsec);
     json value = {{"path", relative},
-                  {"kind", fileKind(relative)},
+                  {"kind", kind},
                   {"size", static_cast<uint64_t>(st.st_size)},
-                  {"version", static_cast<uint64_t>(st.st_mtim.tv_sec) * 1000000000ULL +
-                                  static_cast<uint64_t>(st.st_mtim.tv_nsec)}};
+                  {"version", version}};
     std::string data = dump(value);
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        if (mFiles.size() < kFilesKept || mFiles.count(relative) != 0) mFiles[relative] = data;
+        if (mFiles.size() < kFilesKept || mFiles.count(relative) != 0)
+            mFiles[relative] = {data, kind == "frame", ++mFilesSeen};
     }
     publish("file", data);
 }

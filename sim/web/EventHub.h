@@ -38,8 +38,8 @@ class EventHub {
     bool start(std::string &error);
     void stop();
 
-    // The events from what a new page must see first (every file so far, the latest state)
-    // and the number to wait for next.
+    // The events from what a new page must see first (every file so far but only the newest
+    // frame, the latest state) and the number to wait for next.
     std::vector<Event> snapshot(uint64_t &next);
     // Events numbered NEXT on, waiting up to TIMEOUTMS for one; NEXT moves past them. A page
     // that fell further behind than the history reaches skips what was dropped.
@@ -66,7 +66,13 @@ class EventHub {
     std::condition_variable mChanged;
     std::deque<Event> mHistory;
     uint64_t mNext = 1;
-    std::map<std::string, std::string> mFiles;  // relative name -> its file event's data
+    struct FileSeen {
+        std::string data;  // its file event's data
+        bool frame = false;
+        uint64_t seen = 0;  // the order the hub saw it written in (mtimes may be equal)
+    };
+    std::map<std::string, FileSeen> mFiles;  // by relative name
+    uint64_t mFilesSeen = 0;
     std::string mState;
     bool mStopping = false;
     bool mPollNow = false;

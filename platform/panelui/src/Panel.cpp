@@ -4,6 +4,7 @@
 #include <panelui/panelui.h>
 #include <panelui/panelui_host.h>
 #include <png.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -110,6 +111,24 @@ int encodePng(const uint32_t *pixels, int width, int height, const char *path) {
     return fclose(out) == 0 && written ? 0 : -1;
 }
 
+namespace {
+
+// The frame as DIR/screen.png, written beside it under a hidden name and renamed over it, so
+// that a reader (the terminal's page) never sees half a frame; PATH gets the file's path.
+bool replaceLatestPng(const std::string &dir, char *path, size_t size) {
+    Panel &p = panel();
+    char hidden[4096];
+    snprintf(hidden, sizeof hidden, "%s/.screen-%d.png", dir.c_str(), static_cast<int>(getpid()));
+    snprintf(path, size, "%s/screen.png", dir.c_str());
+    if (encodePng(p.frame.row(0), p.frame.width(), p.frame.height(), hidden) != 0) {
+        unlink(hidden);
+        return false;
+    }
+    return rename(hidden, path) == 0;
+}
+
+}  // namespace
+
 void setView(const char *name) {
     Panel &p = panel();
     std::lock_guard<std::mutex> lock(p.frameMutex);
@@ -123,10 +142,12 @@ void refresh() {
     composite();
     uint32_t n = ++p.frames;
     char path[4096];
-    bool png = p.pngEveryFrame && !p.outDir.empty();
-    if (png) {
+    bool png = false;
+    if (p.pngEveryFrame && !p.outDir.empty()) {
         snprintf(path, sizeof path, "%s/frame-%06u.png", p.outDir.c_str(), n);
         png = encodePng(p.frame.row(0), p.frame.width(), p.frame.height(), path) == 0;
+    } else if (p.pngLatest && !p.outDir.empty()) {
+        png = replaceLatestPng(p.outDir, path, sizeof path);
     }
     publishFrame(p.frame, n, png ? path : nullptr);
 }
@@ -157,6 +178,7 @@ void initialise(bool statusBar) {
         if (const char *dir = getenv("POS_PANELUI_OUT")) p.outDir = dir;
         const char *every = getenv("POS_PANELUI_PNG");
         p.pngEveryFrame = every != nullptr && strcmp(every, "every") == 0;
+        p.pngLatest = every != nullptr && strcmp(every, "latest") == 0;
         if (const char *script = getenv("POS_PANELUI_INPUT")) PnlHostLoadInputScript(script);
         // After the script: its events come first, then the console's.
         linkToSimulator();

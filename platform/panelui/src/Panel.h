@@ -34,6 +34,7 @@ struct Panel {
     std::atomic<uint32_t> frames{0};
     std::string outDir;
     bool pngEveryFrame = false;
+    bool pngLatest = false;  // POS_PANELUI_PNG=latest: every refresh replaces "screen.png"
     const char *view = "none";
     std::mutex frameMutex;  // the frame against readers on other threads
 

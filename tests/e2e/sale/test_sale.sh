@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The sale application on a terminal with a chip card in the slot and scripted PINs: the first
-# sale is approved (exit 0), stored with its DUKPT PIN block and spoken; the second, whose PIN
-# entry is cancelled, is declined (exit 1) and stores nothing.
+# sale, its amount typed on the screen by an input script that takes screenshots, is approved
+# (exit 0), stored with its DUKPT PIN block and spoken; the second, whose PIN entry is
+# cancelled, is declined (exit 1) and stores nothing.
 # Usage: test_sale.sh BUILD_DIR SALE_SOURCE_DIR
 set -euo pipefail
 build=$1
@@ -18,7 +19,8 @@ sale=$prefix/sale-build/sale
 # Both sales and the list in one run: the database lives as long as the terminal.
 status=0
 "$prefix/bin/pos-sim" run --keep "$prefix" --scenario "$src/scripted.json" --out "$out" -- \
-    /bin/sh -c "'$sale' --amount 1250 > '$out/first.txt'; echo \$? > '$out/first.status';
+    /bin/sh -c "POS_PANELUI_INPUT='$src/input.txt' POS_PANELUI_OUT='$out' '$sale' > '$out/first.txt';
+                echo \$? > '$out/first.status';
                 '$sale' --amount 700 > '$out/second.txt'; echo \$? > '$out/second.status';
                 '$sale' --list" > "$out/list.txt" 2> "$out/log.txt" || status=$?
 cat "$out/first.txt" "$out/second.txt" "$out/list.txt"
@@ -27,6 +29,20 @@ cat "$out/first.txt" "$out/second.txt" "$out/list.txt"
 [ "$(cat "$out/second.status")" = 1 ] || fail "the cancelled sale did not end with status 1"
 grep -qx "card chip 476173\*\*\*\*\*\*0010" "$out/first.txt" || fail "the chip card's PAN was not read"
 grep -qx "declined: PIN cancelled" "$out/second.txt" || fail "the cancelled PIN was not reported"
+
+# The screens, decoded: the amount view up over the white screen (its title bar where the sale's
+# screens are white), then the card prompt and the result under the sale's own title bar.
+pixels() { /usr/bin/python3 "$(dirname "$0")/png_pixels.py" "$@" | tr '\n' ' '; }
+for screen in amount-entry card-prompt result; do
+    [ -f "$out/$screen.png" ] || fail "no screenshot $screen.png"
+done
+[ "$(pixels "$out/amount-entry.png" 400,200 400,360)" = "800x1320 ffffff 2e2bff " ] ||
+    fail "the amount view was not up: $(pixels "$out/amount-entry.png" 400,200 400,360)"
+for screen in card-prompt result; do
+    [ "$(pixels "$out/$screen.png" 400,200 400,360)" = "800x1320 2e2bff ffffff " ] ||
+        fail "$screen.png is not the sale's screen: $(pixels "$out/$screen.png" 400,200 400,360)"
+done
+! cmp -s "$out/card-prompt.png" "$out/result.png" || fail "the result did not change the screen"
 
 # One record: amount, method, masked PAN, the KSN of the first DUKPT transaction, a PIN block.
 grep -qx "1 sale" "$out/list.txt" || fail "not exactly one sale stored"

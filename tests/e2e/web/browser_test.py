@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
 """The terminal's page in a real browser: headless Chromium driven over the DevTools protocol
-runs a sale on the page. It opens the page with the token and sees the services, puts a chip
-card in the slot with the page's button, types the PIN on the computer keyboard (the keys go to
-the PIN pad while it waits), and finds the spoken "approved" (and the receipt, with a printer)
-on the page; a request without the token is refused.
+runs a sale on the page. It opens the page with the token and sees the services and the first
+frame, types the amount on the page's key pad into the sale's amount view and sees it on the
+page's screen, puts a chip card in the slot with the page's button, types the PIN on the
+computer keyboard (the keys go to the PIN pad while it waits), and finds the spoken "approved",
+the result on the screen (and the receipt, with a printer); a request without the token is
+refused.
 
 Usage: browser_test.py POS_SIM SALE SCENARIO"""
 import asyncio
@@ -72,6 +74,16 @@ class Page:
             await self.call("Input.dispatchKeyEvent", **params)
 
 
+# The page's screen at X, Y of the frame as RRGGBB (the frame comes from the page's own server,
+# so a canvas may read it).
+SCREEN_PIXEL = """((x, y) => { const img = document.getElementById('screen');
+  if (!img.complete || img.naturalWidth !== 800) return '';
+  const c = document.createElement('canvas'); c.width = 800; c.height = 1320;
+  const g = c.getContext('2d'); g.drawImage(img, 0, 0);
+  const d = g.getImageData(x, y, 1, 1).data;
+  return [d[0], d[1], d[2]].map(v => v.toString(16).padStart(2, '0')).join(''); })"""
+
+
 async def drive(page, url):
     await page.call("Page.enable")
     await page.call("Runtime.enable")
@@ -81,9 +93,18 @@ async def drive(page, url):
                         "the event stream live")
     await page.wait_for("[...document.querySelectorAll('#services td')].some(t => "
                         "t.textContent === 'iccard')", "the card reader among the services")
-    first_frame = await page.evaluate("!document.getElementById('screen').hidden")
-    print("browser test: first frame " + ("shown" if first_frame else
-                                          "absent (no display on this build)"))
+    await page.wait_for("document.getElementById('screen').naturalWidth === 800",
+                        "the first frame on the screen")
+
+    # The amount view: 1 2 5 0 and Enter on the page's key pad.
+    await page.wait_for("(() => { const d = service('display'); "
+                        "return d && d.state && d.state.view === 'amount'; })()", "the amount view")
+    for name in ["1", "2", "5", "0"]:
+        await page.evaluate(f"document.querySelector('#keypad [data-key=\"{name}\"]').click()")
+    await page.wait_for(SCREEN_PIXEL + "(400, 360) === '2e2bff' && "
+                        "document.getElementById('answers').textContent.includes('name=0')",
+                        "the amount view on the page's screen")
+    await page.evaluate("document.querySelector('#keypad [data-key=ENTER]').click()")
 
     refused = await page.evaluate("fetch('/api/cards').then(r => r.status)")
     assert refused == 403, f"a request without the token got {refused}"
@@ -108,6 +129,9 @@ async def drive(page, url):
 
     await page.wait_for("document.querySelector('#speech audio') !== null",
                         "the spoken approval", seconds=60)
+    # The result under the sale's title bar, the amount view gone.
+    await page.wait_for(SCREEN_PIXEL + "(400, 200) === '2e2bff' && " + SCREEN_PIXEL +
+                        "(400, 360) === 'ffffff'", "the result on the screen")
     audio = await page.evaluate("document.querySelector('#speech audio').src")
     status = await page.evaluate(f"fetch({json.dumps(audio)}).then(r => r.status)")
     assert status == 200, f"the speech file answered {status}"
@@ -168,6 +192,7 @@ def main():
         output, errors = sim.communicate(timeout=60)
         assert sim.returncode == 0, f"the sale ended with {sim.returncode}:\n{output}\n{errors}"
         assert "approved" in output.splitlines(), output
+        assert "amount 12.50" in output.splitlines(), output
         print("browser test: the sale was driven and approved on the page")
         return 0
     finally:

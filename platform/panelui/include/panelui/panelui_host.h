@@ -12,7 +12,9 @@
  *                         sign crash | sign none        the signature application fails
  *                         # a comment
  *   POS_PANELUI_OUT     directory for PNG frames ("frame-NNNNNN.png")
- *   POS_PANELUI_PNG     "every": write a PNG on every refresh (else only on request) */
+ *   POS_PANELUI_PNG     "every": write a PNG on every refresh (else only on request);
+ *                       "latest": every refresh replaces "screen.png" there (whole frames
+ *                       only: written under a hidden name and renamed) */
 #ifndef PANELUI_PANELUI_HOST_H
 #define PANELUI_PANELUI_HOST_H
 
