@@ -7,6 +7,9 @@
 #   ./run.sh fuzz [SECONDS]  build the tree with Clang, libFuzzer and sanitizers, and run every
 #                            fuzz target under tests/fuzz/ for SECONDS each (default 60)
 #   ./run.sh bench           build and run the benchmarks
+#   ./run.sh cross [armhf | arm64 | all]
+#                            cross-compile everything for 32-bit (armhf, the default) or 64-bit
+#                            ARM and run the tests under qemu user-mode emulation
 # Each command installs the Debian packages it needs first.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -81,6 +84,131 @@ run_fuzz_targets() {
     return $failed
 }
 
+# The device builds. Debian's cross compiler and qemu do the work; the target's libraries come
+# from Debian's packages of that architecture, unpacked into a target root of the build's own
+# (build-cross-ARCH/target-root) rather than installed beside the host's: multiarch installs
+# must match the host's package versions exactly, which a mirror's indexes do not promise.
+CROSS_ROOT_PACKAGES=(libc6 libgcc-s1 libstdc++6 zlib1g zlib1g-dev libsqlite3-0 libsqlite3-dev
+                     libssl3 libssl-dev libpng16-16 libpng-dev libgtest-dev libgmock-dev
+                     libbenchmark1debian libbenchmark-dev)
+CROSS_ROOT_ARCH_ALL=(nlohmann-json3-dev)
+
+cross_triplet() {
+    case "$1" in
+    armhf) echo arm-linux-gnueabihf ;;
+    arm64) echo aarch64-linux-gnu ;;
+    esac
+}
+
+cross_qemu() {
+    case "$1" in
+    armhf) echo arm ;;
+    arm64) echo aarch64 ;;
+    esac
+}
+
+# apt-get, waiting for another apt on this machine to finish rather than failing at once.
+cross_apt() {
+    DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 "$@"
+}
+
+# A mirror may serve one architecture's index while another's is being synced: the update
+# fails for it, and what the other lists hold is still good enough for the packages we need.
+cross_apt_update() {
+    cross_apt update -qq || echo "run.sh: some package lists did not update; going on with the rest" >&2
+}
+
+# The cross compiler, qemu and the target architecture known to apt.
+cross_host_packages() {
+    local arch=$1 missing=()
+    for p in "g++-$(cross_triplet "$arch")" qemu-user-static; do
+        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+    done
+    local known=1
+    [ "$arch" = "$(dpkg --print-architecture)" ] || dpkg --print-foreign-architectures | grep -qx "$arch" || known=0
+    [ ${#missing[@]} -eq 0 ] && [ $known -eq 1 ] && return 0
+    if [ "$(id -u)" -ne 0 ]; then
+        echo "run.sh: as root: dpkg --add-architecture $arch; apt-get install ${missing[*]}" >&2
+        exit 1
+    fi
+    [ $known -eq 1 ] || dpkg --add-architecture "$arch"
+    cross_apt_update
+    if [ ${#missing[@]} -gt 0 ]; then
+        echo "run.sh: installing ${missing[*]}"
+        cross_apt install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+    fi
+}
+
+# Unpacks the target's libraries into ROOT (once; delete ROOT to refresh it). Links that point
+# at absolute paths are made to point inside ROOT, so the root stands on its own.
+cross_target_root() {
+    local arch=$1 root=$2 want
+    want="$arch ${CROSS_ROOT_PACKAGES[*]} ${CROSS_ROOT_ARCH_ALL[*]}"
+    [ -f "$root/.packages" ] && [ "$(cat "$root/.packages")" = "$want" ] && return 0
+    echo "run.sh: unpacking the $arch target root into $root"
+    rm -rf "$root"
+    mkdir -p "$root/.debs"
+    local names=()
+    for p in "${CROSS_ROOT_PACKAGES[@]}"; do names+=("$p:$arch"); done
+    names+=("${CROSS_ROOT_ARCH_ALL[@]}")
+    (cd "$root/.debs" && apt-get download -qq "${names[@]}" 2>&1 | grep -v '^W: Download is performed unsandboxed' || true)
+    local n=0
+    for deb in "$root"/.debs/*.deb; do
+        dpkg-deb -x "$deb" "$root"
+        n=$((n + 1))
+    done
+    [ "$n" -eq $((${#CROSS_ROOT_PACKAGES[@]} + ${#CROSS_ROOT_ARCH_ALL[@]})) ] ||
+        { echo "run.sh: only $n target packages could be downloaded for $arch" >&2; exit 1; }
+    while IFS= read -r link; do
+        local target
+        target=$(readlink "$link")
+        case "$target" in /*) ln -sfn "$root$target" "$link" ;; esac
+    done < <(find "$root" -path "$root/.debs" -prune -o -type l -print)
+    rm -rf "$root/.debs"
+    echo "$want" >"$root/.packages"
+}
+
+# Target programs that start other target programs (pos-sim starting a test or a service) need
+# the kernel to hand those to qemu: binfmt_misc with the qemu-user-static entry. Says whether
+# that works here.
+cross_binfmt() {
+    local name
+    name=qemu-$(cross_qemu "$1")
+    local dir=/proc/sys/fs/binfmt_misc
+    if [ ! -e "$dir/register" ] && [ "$(id -u)" -eq 0 ]; then
+        mount -t binfmt_misc binfmt_misc "$dir" 2>/dev/null || true
+    fi
+    if [ ! -e "$dir/$name" ] && [ -w "$dir/register" ] && [ -f "/usr/lib/binfmt.d/$name.conf" ]; then
+        cat "/usr/lib/binfmt.d/$name.conf" >"$dir/register" 2>/dev/null || true
+    fi
+    grep -qx enabled "$dir/$name" 2>/dev/null
+}
+
+# Builds everything for ARCH in build-cross-ARCH and runs its tests under qemu; prints the
+# build and test times and which tests could not run here.
+cross_build_and_test() {
+    local arch=$1 dir="$ROOT/build-cross-$1" started built
+    cross_host_packages "$arch"
+    cross_target_root "$arch" "$dir/target-root"
+    started=$(date +%s)
+    build "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+        -DCMAKE_TOOLCHAIN_FILE="$ROOT/cmake/toolchain-$arch.cmake" -DPOS_TARGET_ROOT="$dir/target-root"
+    built=$(date +%s)
+    echo "cross $arch: built in $((built - started)) s"
+    if cross_binfmt "$arch"; then
+        ctest --test-dir "$dir" --output-on-failure -j "$(nproc)"
+    else
+        # Only the tests whose target programs start no other target program.
+        echo "cross $arch: binfmt_misc cannot hand target programs to qemu here, so the tests"
+        echo "  under tests/e2e/ (pos-sim starts each of them) and the tests that start pos-sim"
+        echo "  themselves do not run; unit and wire tests only:"
+        for suite in unit wire; do
+            ctest --test-dir "$dir/tests/$suite" --output-on-failure -j "$(nproc)"
+        done
+    fi
+    echo "cross $arch: tests ran in $(($(date +%s) - built)) s"
+}
+
 cmd=${1:-}
 shift || true
 case "$cmd" in
@@ -137,8 +265,18 @@ bench)
         "$b" --benchmark_counters_tabular=true "$@"
     done
     ;;
+cross)
+    target=${1:-armhf}
+    case "$target" in
+    armhf | arm64) targets=("$target") ;;
+    all) targets=(armhf arm64) ;;
+    *) echo "usage: ./run.sh cross [armhf | arm64 | all]" >&2; exit 2 ;;
+    esac
+    ensure_packages
+    for t in "${targets[@]}"; do cross_build_and_test "$t"; done
+    ;;
 *)
-    echo "usage: ./run.sh demo | test [--asan | --clang] | fuzz [SECONDS] | bench" >&2
+    echo "usage: ./run.sh demo | test [--asan | --clang] | fuzz [SECONDS] | bench | cross [armhf | arm64 | all]" >&2
     exit 2
     ;;
 esac
