@@ -85,13 +85,13 @@ run_fuzz_targets() {
 }
 
 # The device builds. Debian's cross compiler and qemu do the work; the target's libraries come
-# from Debian's packages of that architecture, unpacked into a target root of the build's own
-# (build-cross-ARCH/target-root) rather than installed beside the host's: multiarch installs
-# must match the host's package versions exactly, which a mirror's indexes do not promise.
+# from Debian's packages of that architecture, fetched with an apt state of the build's own and
+# unpacked into a target root (build-cross-ARCH/target-root) rather than installed beside the
+# host's: the host's dpkg and package lists stay as they are, and multiarch installs, which
+# must match the host's package versions exactly, are not needed.
 CROSS_ROOT_PACKAGES=(libc6 libgcc-s1 libstdc++6 zlib1g zlib1g-dev libsqlite3-0 libsqlite3-dev
                      libssl3 libssl-dev libpng16-16 libpng-dev libgtest-dev libgmock-dev
-                     libbenchmark1debian libbenchmark-dev)
-CROSS_ROOT_ARCH_ALL=(nlohmann-json3-dev)
+                     libbenchmark1debian libbenchmark-dev nlohmann-json3-dev)
 
 cross_triplet() {
     case "$1" in
@@ -107,64 +107,55 @@ cross_qemu() {
     esac
 }
 
-# apt-get, waiting for another apt on this machine to finish rather than failing at once.
-cross_apt() {
-    DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 "$@"
-}
-
-# A mirror may serve one architecture's index while another's is being synced: the update
-# fails for it, and what the other lists hold is still good enough for the packages we need.
-cross_apt_update() {
-    cross_apt update -qq || echo "run.sh: some package lists did not update; going on with the rest" >&2
-}
-
-# The cross compiler, qemu and the target architecture known to apt.
+# The cross compiler and qemu, installed like every other package (waiting for another apt on
+# this machine to finish rather than failing at once).
 cross_host_packages() {
-    local arch=$1 missing=()
-    for p in "g++-$(cross_triplet "$arch")" qemu-user-static; do
+    local missing=()
+    for p in "g++-$(cross_triplet "$1")" qemu-user-static; do
         dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
     done
-    local known=1
-    [ "$arch" = "$(dpkg --print-architecture)" ] || dpkg --print-foreign-architectures | grep -qx "$arch" || known=0
-    [ ${#missing[@]} -eq 0 ] && [ $known -eq 1 ] && return 0
+    [ ${#missing[@]} -eq 0 ] && return 0
     if [ "$(id -u)" -ne 0 ]; then
-        echo "run.sh: as root: dpkg --add-architecture $arch; apt-get install ${missing[*]}" >&2
+        echo "run.sh: please install these Debian packages first: ${missing[*]}" >&2
         exit 1
     fi
-    [ $known -eq 1 ] || dpkg --add-architecture "$arch"
-    cross_apt_update
-    if [ ${#missing[@]} -gt 0 ]; then
-        echo "run.sh: installing ${missing[*]}"
-        cross_apt install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
-    fi
+    echo "run.sh: installing ${missing[*]}"
+    export DEBIAN_FRONTEND=noninteractive
+    apt-get -o DPkg::Lock::Timeout=600 update -qq || echo "run.sh: some package lists did not update; going on" >&2
+    apt-get -o DPkg::Lock::Timeout=600 install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
 # Unpacks the target's libraries into ROOT (once; delete ROOT to refresh it). Links that point
 # at absolute paths are made to point inside ROOT, so the root stands on its own.
 cross_target_root() {
-    local arch=$1 root=$2 want
-    want="$arch ${CROSS_ROOT_PACKAGES[*]} ${CROSS_ROOT_ARCH_ALL[*]}"
+    local arch=$1 root=$2 want state
+    want="$arch ${CROSS_ROOT_PACKAGES[*]}"
     [ -f "$root/.packages" ] && [ "$(cat "$root/.packages")" = "$want" ] && return 0
     echo "run.sh: unpacking the $arch target root into $root"
     rm -rf "$root"
-    mkdir -p "$root/.debs"
-    local names=()
-    for p in "${CROSS_ROOT_PACKAGES[@]}"; do names+=("$p:$arch"); done
-    names+=("${CROSS_ROOT_ARCH_ALL[@]}")
-    (cd "$root/.debs" && apt-get download -qq "${names[@]}" 2>&1 | grep -v '^W: Download is performed unsandboxed' || true)
+    state="$root/.apt"
+    mkdir -p "$state/lists/partial" "$state/cache/archives/partial" "$root/.debs"
+    touch "$state/status"
+    local apt=(apt-get -qq -o "APT::Architecture=$arch" -o "APT::Architectures::=$arch"
+               -o "Dir::State::Lists=$state/lists" -o "Dir::Cache=$state/cache"
+               -o "Dir::State::status=$state/status" -o APT::Sandbox::User=root)
+    # A mirror may serve one architecture's index while another's is being synced; the
+    # indexes that did arrive are enough, and a package they lack fails the download below.
+    "${apt[@]}" update || echo "run.sh: some $arch package lists did not update; going on" >&2
+    (cd "$root/.debs" && "${apt[@]}" download "${CROSS_ROOT_PACKAGES[@]}")
     local n=0
     for deb in "$root"/.debs/*.deb; do
         dpkg-deb -x "$deb" "$root"
         n=$((n + 1))
     done
-    [ "$n" -eq $((${#CROSS_ROOT_PACKAGES[@]} + ${#CROSS_ROOT_ARCH_ALL[@]})) ] ||
-        { echo "run.sh: only $n target packages could be downloaded for $arch" >&2; exit 1; }
+    [ "$n" -eq ${#CROSS_ROOT_PACKAGES[@]} ] ||
+        { echo "run.sh: only $n of the $arch target packages were downloaded" >&2; exit 1; }
     while IFS= read -r link; do
         local target
         target=$(readlink "$link")
         case "$target" in /*) ln -sfn "$root$target" "$link" ;; esac
-    done < <(find "$root" -path "$root/.debs" -prune -o -type l -print)
-    rm -rf "$root/.debs"
+    done < <(find "$root" -path "$root/.debs" -prune -o -path "$state" -prune -o -type l -print)
+    rm -rf "$root/.debs" "$state"
     echo "$want" >"$root/.packages"
 }
 
