@@ -35,3 +35,4 @@ endfunction()
 
 pos_device_library(pos_platform_log log)
 pos_device_library(pos_platform_binder ${POS_DEVICE_BINDER_LIBS})
+pos_device_library(pos_platform_sysglue sysglue)
