@@ -43,4 +43,5 @@ endforeach()
 # target root. The prefix travels in the environment, so a target program that starts another
 # (pos-sim starting a test, a service) finds it too when the kernel hands that one to qemu.
 find_program(POS_QEMU NAMES ${POS_QEMU_NAME} REQUIRED)
-set(CMAKE_CROSSCOMPILING_EMULATOR /usr/bin/env QEMU_LD_PREFIX=${POS_TARGET_ROOT} ${POS_QEMU})
+set(POS_TARGET_ENV QEMU_LD_PREFIX=${POS_TARGET_ROOT})
+set(CMAKE_CROSSCOMPILING_EMULATOR /usr/bin/env ${POS_TARGET_ENV} ${POS_QEMU})
