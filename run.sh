@@ -6,6 +6,8 @@
 #                            built with Clang instead of GCC)
 #   ./run.sh fuzz [SECONDS]  build the tree with Clang, libFuzzer and sanitizers, and run every
 #                            fuzz target under tests/fuzz/ for SECONDS each (default 60)
+#   ./run.sh soak [SECONDS]  application processes with many threads against a terminal whose
+#                            services are killed and restarted, for SECONDS (default 60)
 #   ./run.sh bench           build and run the benchmarks
 #   ./run.sh cross [armhf | arm64 | all]
 #                            cross-compile everything for 32-bit (armhf, the default) or 64-bit
@@ -16,7 +18,8 @@ cd "$(dirname "$0")"
 ROOT=$(pwd)
 
 PACKAGES=(cmake ninja-build g++ pkg-config libsqlite3-dev libssl-dev libgtest-dev libgmock-dev
-          libbenchmark-dev libpng-dev nlohmann-json3-dev util-linux)
+          libbenchmark-dev libpng-dev nlohmann-json3-dev util-linux
+          libespeak-ng-dev espeak-ng-data)
 # Only the commands that build with Clang need these (libFuzzer comes with the runtime).
 CLANG_PACKAGES=(clang libclang-rt-dev)
 
@@ -264,6 +267,14 @@ demo)
         { echo "demo: the self-test failed (see $out/selftest.txt)" >&2; exit 1; }
     echo "demo artefacts in $out"
     ;;
+soak)
+    seconds=${1:-60}
+    case "$seconds" in '' | *[!0-9]*) echo "usage: ./run.sh soak [SECONDS]" >&2; exit 2 ;; esac
+    ensure_packages
+    build "$ROOT/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+    "$ROOT/build/sim/pos-sim" run -- "$ROOT/build/tests/e2e/soak/pos_soak" --seconds "$seconds" \
+        --processes 4 --threads 6
+    ;;
 bench)
     ensure_packages
     build "$ROOT/build-bench" -DCMAKE_BUILD_TYPE=Release
@@ -284,7 +295,7 @@ cross)
     for t in "${targets[@]}"; do cross_build_and_test "$t"; done
     ;;
 *)
-    echo "usage: ./run.sh demo | test [--asan | --clang] | fuzz [SECONDS] | bench | cross [armhf | arm64 | all]" >&2
+    echo "usage: ./run.sh demo | test [--asan | --clang] | fuzz [SECONDS] | soak [SECONDS] | bench | cross [armhf | arm64 | all]" >&2
     exit 2
     ;;
 esac

@@ -131,6 +131,8 @@ int serveTerminal(const possim::Scenario &scenario, const std::string &outDir, i
     std::error_code ignored;
     std::filesystem::create_directories(possim::kStatusDir, ignored);
     std::ofstream(logFile, std::ios::trunc);
+    // Where services that make files (speech audio) put them; empty without --out.
+    possim::writeStatus("out_dir", outDir);
 
     possim::LocalServers servers(scenario, logFile);
     std::string error;

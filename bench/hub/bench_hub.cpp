@@ -1,7 +1,9 @@
-// One hub call round trip (IPowerSysGetBatCap into a power service process) beside a raw
-// AF_UNIX request/reply ping-pong of the same sizes, with the serving process on the caller's
-// core and on the other core. The closing lines give hub / raw for each placement. Every other
-// power and system operation of the hub-operation tables is timed as well (HubCall/NAME).
+// One hub call round trip (IPowerSysGetBatCap into a power service process, and
+// IQd36nGetUsbSw into the companion controller's, which puts the same sizes on the wire)
+// beside a raw AF_UNIX request/reply ping-pong of those sizes, with the serving process on the
+// caller's core and on the other core. The closing lines give hub / raw for each. Every other
+// operation of the services running here is timed as well (HubCall/NAME), but for the speech
+// operations that render audio (bench_tts times those).
 #include <benchmark/benchmark.h>
 
 #include <pos_sdk/service/BpTransferHub.h>
@@ -15,6 +17,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <iterator>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -28,7 +32,8 @@ namespace {
 
 // What one IPowerSysGetBatCap puts on the socket: a 12-byte frame header with the token of
 // "com.torva.binder.IPowerManager" (72 bytes), and back a header with exception, status and
-// value (12 bytes).
+// value (12 bytes). IQd36nGetUsbSw's token ("com.torva.binder.IQd36nManager") and reply have
+// the same sizes.
 const size_t kRequestBytes = 12 + 72;
 const size_t kReplyBytes = 12 + 12;
 
@@ -53,9 +58,16 @@ void pinProcess(pid_t pid, int cpu) {
     }
 }
 
+// The services started, with their states (the speech service's files go to a directory of
+// the benchmark's own).
+const char *const kServices[] = {"power", "system", "cloud", "qd36n", "seglcd", "tts"};
+// Operations timed by bench_tts rather than here.
+const char *const kRendering[] = {"ITtsTextToSpeech", "ITtsTextToPcm", "ITtsTextToWav"};
+
 struct Peers {
-    harness::LocalBinder binder;  // service manager, power and system services
-    pid_t echo = -1;              // the raw echo server
+    harness::LocalBinder binder;  // service manager and the services above
+    std::string audioDir;
+    pid_t echo = -1;  // the raw echo server
     int rawFd = -1;
 
     void place(Placement placement) {
@@ -66,7 +78,7 @@ struct Peers {
 };
 
 Peers *g_peers = nullptr;
-std::map<std::string, std::pair<double, double>> g_ratios;  // placement -> hub, raw ns
+std::map<std::string, std::pair<double, double>> g_ratios;  // call, placement -> hub, raw ns
 
 // The raw server: reads a request of the hub's size, answers with a reply of the hub's size.
 [[noreturn]] void echoLoop(int fd) {
@@ -83,9 +95,14 @@ std::map<std::string, std::pair<double, double>> g_ratios;  // placement -> hub,
 }
 
 bool startPeers(Peers *peers) {
-    if (!peers->binder.startManager() || peers->binder.startService("power") < 0 ||
-        peers->binder.startService("system") < 0) {
-        return false;
+    char dir[] = "/tmp/pos-bench-hub.XXXXXX";
+    if (mkdtemp(dir) == nullptr || !peers->binder.startManager()) return false;
+    peers->audioDir = dir;
+    for (const char *key : kServices) {
+        std::string state = std::string(key) == "tts"
+                                ? "{\"audio_dir\": \"" + peers->audioDir + "\"}"
+                                : std::string("{}");
+        if (peers->binder.startService(key, state) < 0) return false;
     }
     int fds[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0) return false;
@@ -103,6 +120,8 @@ bool startPeers(Peers *peers) {
 void stopPeers(Peers *peers) {
     if (peers->rawFd >= 0) close(peers->rawFd);
     possim::stopProcess(peers->echo);
+    std::error_code ignored;
+    if (!peers->audioDir.empty()) std::filesystem::remove_all(peers->audioDir, ignored);
 }
 
 const char *placementName(int64_t placement) {
@@ -115,6 +134,14 @@ bool hubCall() {
     int capacity = op.call(*BpTransferHub::getInstance()).status;
     benchmark::DoNotOptimize(capacity);
     return capacity >= 0 && capacity <= 100;
+}
+
+// The same for the companion controller.
+bool qd36nCall() {
+    static const HubOp &op = hubOp("IQd36nGetUsbSw");
+    int status = op.call(*BpTransferHub::getInstance()).status;
+    benchmark::DoNotOptimize(status);
+    return status == 0;
 }
 
 // One raw round trip of the hub's sizes; false when the echo server is gone.
@@ -157,13 +184,14 @@ double median(std::vector<double> v) {
 
 // Hub and raw batches taken in turns, so load from other processes on the machine hits both
 // alike; the medians of the batches give the ratio.
-void BM_HubOverRaw(benchmark::State &state) {
+template <bool (*HubCall)()>
+void BM_HubOverRaw(benchmark::State &state, const char *call) {
     g_peers->place(Placement(state.range(0)));
-    hubCall();
+    HubCall();
     const int kBatch = 50;
     std::vector<double> hub, raw;
     for (auto _ : state) {
-        hub.push_back(timeBatch<hubCall>(kBatch));
+        hub.push_back(timeBatch<HubCall>(kBatch));
         raw.push_back(timeBatch<rawCall>(kBatch));
     }
     double hubNs = median(hub), rawNs = median(raw);
@@ -171,7 +199,7 @@ void BM_HubOverRaw(benchmark::State &state) {
     state.counters["raw_us"] = rawNs / 1000;
     state.counters["ratio"] = hubNs / rawNs;
     state.SetLabel(placementName(state.range(0)));
-    g_ratios[placementName(state.range(0))] = {hubNs, rawNs};
+    g_ratios[std::string(call) + ", " + placementName(state.range(0))] = {hubNs, rawNs};
 }
 
 BENCHMARK_TEMPLATE(BM_RoundTrip, rawCall)
@@ -184,13 +212,24 @@ BENCHMARK_TEMPLATE(BM_RoundTrip, hubCall)
     ->Arg(kSameCore)
     ->Arg(kOtherCore)
     ->UseRealTime();
-BENCHMARK(BM_HubOverRaw)->Name("HubOverRaw")->Arg(kSameCore)->Arg(kOtherCore)->UseRealTime();
+
+// Hub over raw for the power service's call and the companion controller's.
+void registerRatios() {
+    benchmark::RegisterBenchmark("HubOverRaw", BM_HubOverRaw<hubCall>, "IPowerSysGetBatCap")
+        ->Arg(kSameCore)
+        ->Arg(kOtherCore)
+        ->UseRealTime();
+    benchmark::RegisterBenchmark("Qd36nHubOverRaw", BM_HubOverRaw<qd36nCall>, "IQd36nGetUsbSw")
+        ->Arg(kSameCore)
+        ->Arg(kOtherCore)
+        ->UseRealTime();
+}
 
 // Every operation of the services running here, one round trip each.
 void registerHubCalls() {
     for (const HubOp &op : allHubOps()) {
-        if (std::string(op.service) != "KivoPowerService" &&
-            std::string(op.service) != "KivoSystemManagerService") {
+        if (std::find(std::begin(kRendering), std::end(kRendering), std::string(op.name)) !=
+            std::end(kRendering)) {
             continue;
         }
         benchmark::RegisterBenchmark(("HubCall/" + std::string(op.name)).c_str(),
@@ -215,12 +254,13 @@ int main(int argc, char **argv) {
         return 1;
     }
     g_peers = &peers;
+    registerRatios();
     registerHubCalls();
     benchmark::RunSpecifiedBenchmarks();
     stopPeers(&peers);
 
     for (const auto &[placement, times] : g_ratios) {
-        printf("%-10s hub %.1f us, raw AF_UNIX %.1f us, ratio %.2f (target <= 1.1)\n",
+        printf("%-30s hub %.1f us, raw AF_UNIX %.1f us, ratio %.2f (target <= 1.1)\n",
                placement.c_str(), times.first / 1000, times.second / 1000,
                times.first / times.second);
     }

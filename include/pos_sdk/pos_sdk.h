@@ -11,5 +11,13 @@
 #include "crypto.h"
 #include "pkg.h"
 #include "app.h"
+#include "power.h"
+#include "tts.h"
+#include "os_time.h"
+#include "network.h"
+#include "at.h"
+#include "sysinfo.h"
+#include "upgrade.h"
+#include "usb_serial.h"
 
 #endif

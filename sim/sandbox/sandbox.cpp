@@ -155,9 +155,11 @@ void buildRun(const std::string &root) {
 }
 
 // A pty whose terminal side stands at PATH; the master is kept open for the lifetime of
-// the sandbox so that the device node answers like a quiet serial line.
+// the sandbox so that the device node answers like a quiet serial line. It stays open across
+// exec in every process the sandbox starts, so that the simulated device behind the node (the
+// modem) can serve it; a process finds it by the pty's number.
 void ptyDevice(const std::string &root, const std::string &path) {
-    int master = open((root + "/dev/pts/ptmx").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    int master = open((root + "/dev/pts/ptmx").c_str(), O_RDWR | O_NOCTTY);
     unsigned number = 0;
     int unlock = 0;
     if (master < 0 || ioctl(master, TIOCSPTLCK, &unlock) != 0 ||
@@ -188,7 +190,7 @@ void buildDev(const std::string &root) {
     symlink("/proc/self/fd/2", (dev + "/stderr").c_str());
     makeDirs(dev + "/chn");
     ptyDevice(root, "/dev/chn/4");
-    ptyDevice(root, "/dev/ttyGS0");
+    // "/dev/ttyGS0" is the init command server's to make when USB serial starts.
 }
 
 // The board driver's, battery's, GPIO's and touch panel's attribute files.

@@ -1,7 +1,7 @@
 // The simulated terminal's sandbox: private mount, PID and user namespaces whose root is a
 // fresh tmpfs holding read-only bind mounts of the host's top-level directories and private
 // mounts of everything the terminal's library touches by fixed path: /tmp, /dev/shm,
-// /customer/kivo, /dev/chn/4, /dev/ttyGS0 and the board's /sys files. The command and the
+// /customer/kivo, /dev/chn/4 and the board's /sys files. The command and the
 // terminal's processes run in a further user namespace created once the tree is built, so
 // they cannot make a host directory writable again. Nothing made inside reaches the host,
 // except in the output directory and the directories named writable.

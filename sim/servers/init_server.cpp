@@ -1,5 +1,6 @@
 #include "servers/init_server.h"
 
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -31,9 +32,23 @@ int recordedFactoryTestStep(const Scenario &scenario) {
 }  // namespace
 
 InitServer::InitServer(const Scenario &scenario, RequestLog &log)
-    : log_(log),
-      interpreter_(privateRoots()),
-      factoryTestStep_(recordedFactoryTestStep(scenario)) {}
+    : log_(log), interpreter_(privateRoots()), factoryTestStep_(recordedFactoryTestStep(scenario)) {
+    // A restarted server brings back the port its predecessor had started.
+    if (readStatus("usb_serial") == "on") switchUsbSerial(true);
+}
+
+int32_t InitServer::switchUsbSerial(bool on) {
+    std::string error;
+    if (!on) {
+        usbSerial_.stop();
+    } else if (!usbSerial_.start(error)) {
+        fprintf(stderr, "pos-sim: USB serial: %s\n", error.c_str());
+        writeStatus("usb_serial", "off");
+        return -1;
+    }
+    writeStatus("usb_serial", on ? "on" : "off");
+    return 0;
+}
 
 void InitServer::applyPower(PowerAction action) {
     // The terminal would go down; the simulator records it and carries on.
@@ -45,11 +60,9 @@ int32_t InitServer::control(int32_t code, const std::string &text) {
     std::lock_guard<std::mutex> lock(mutex_);
     switch (code) {
         case 0x107:
-            writeStatus("usb_serial", "on");
-            return 0;
+            return switchUsbSerial(true);
         case 0x108:
-            writeStatus("usb_serial", "off");
-            return 0;
+            return switchUsbSerial(false);
         case 0x333:
             if (text != "0" && text != "1") return -1;
             writeStatus("comm_module_serial", text);

@@ -1,6 +1,6 @@
 // The init command server ("/tmp/kv_init_servers_cmd_sock"): shell command lines (2457),
-// USB serial on and off (263, 264), communication-module routing (819) and the factory-test
-// step (291 set, 801 get).
+// USB serial on and off (263, 264: "/dev/ttyGS0" appears and goes), communication-module
+// routing (819) and the factory-test step (291 set, 801 get).
 #ifndef POS_SIM_SERVERS_INIT_SERVER_H
 #define POS_SIM_SERVERS_INIT_SERVER_H
 
@@ -9,6 +9,7 @@
 #include "scenario/scenario.h"
 #include "servers/command_interpreter.h"
 #include "servers/request_log.h"
+#include "servers/usb_serial.h"
 
 namespace possim {
 
@@ -20,11 +21,13 @@ class InitServer {
   private:
     int32_t control(int32_t code, const std::string &text);
     void applyPower(PowerAction action);
+    int32_t switchUsbSerial(bool on);
 
     RequestLog &log_;
     CommandInterpreter interpreter_;
     std::mutex mutex_;
     int factoryTestStep_;
+    UsbSerialGadget usbSerial_;
 };
 
 }  // namespace possim

@@ -1,7 +1,10 @@
 #include "servers/system_state.h"
 
+#include <fcntl.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <sstream>
@@ -43,6 +46,101 @@ std::string readStatus(const std::string &name) {
     std::string line;
     std::getline(in, line);
     return line;
+}
+
+bool insideTerminal() {
+    struct stat st;
+    return stat(kStatusDir, &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+namespace {
+
+const char *const kUpgradeRecord = "upgrades";
+const char *const kUpgradeFaults = "upgrade_faults";
+// The record keeps the latest upgrades only: a terminal upgraded in a loop must not grow it
+// without end.
+const size_t kMaxUpgradeRecord = 100;
+
+// Holds the lock every read-modify-write of the upgrade files takes: two servers and the
+// console use them.
+class UpgradeFilesLock {
+  public:
+    UpgradeFilesLock() {
+        mkdir(kStatusDir, 0755);
+        fd_ = open((std::string(kStatusDir) + "/upgrades.lock").c_str(),
+                   O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+        if (fd_ >= 0) flock(fd_, LOCK_EX);
+    }
+    ~UpgradeFilesLock() {
+        if (fd_ >= 0) close(fd_);
+    }
+    UpgradeFilesLock(const UpgradeFilesLock &) = delete;
+    UpgradeFilesLock &operator=(const UpgradeFilesLock &) = delete;
+
+  private:
+    int fd_ = -1;
+};
+
+std::vector<std::string> readLines(const std::string &name) {
+    std::ifstream in(std::string(kStatusDir) + "/" + name);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) {
+        if (!line.empty()) lines.push_back(line);
+    }
+    return lines;
+}
+
+void writeLines(const std::string &name, const std::vector<std::string> &lines) {
+    std::string text;
+    size_t first = lines.size() > kMaxUpgradeRecord ? lines.size() - kMaxUpgradeRecord : 0;
+    for (size_t i = first; i < lines.size(); ++i) text += lines[i] + "\n";
+    mkdir(kStatusDir, 0755);
+    std::string path = std::string(kStatusDir) + "/" + name;
+    if (writeFile(path + ".new", text)) rename((path + ".new").c_str(), path.c_str());
+}
+
+void storeFaults(const UpgradeFaults &faults) {
+    writeStatus(kUpgradeFaults, std::to_string(faults.count) + " " + std::to_string(faults.status));
+}
+
+}  // namespace
+
+std::vector<std::string> readUpgradeRecord() {
+    return readLines(kUpgradeRecord);
+}
+
+void writeUpgradeRecord(const std::vector<std::string> &lines) {
+    UpgradeFilesLock lock;
+    writeLines(kUpgradeRecord, lines);
+}
+
+void appendUpgradeRecord(const std::string &line) {
+    UpgradeFilesLock lock;
+    std::vector<std::string> lines = readLines(kUpgradeRecord);
+    lines.push_back(line);
+    writeLines(kUpgradeRecord, lines);
+}
+
+UpgradeFaults readUpgradeFaults() {
+    UpgradeFaults faults;
+    std::istringstream in(readStatus(kUpgradeFaults));
+    if (!(in >> faults.count >> faults.status) || faults.count < 0) return UpgradeFaults();
+    return faults;
+}
+
+void writeUpgradeFaults(const UpgradeFaults &faults) {
+    UpgradeFilesLock lock;
+    storeFaults(faults);
+}
+
+bool takeUpgradeFault(int32_t &status) {
+    UpgradeFilesLock lock;
+    UpgradeFaults faults = readUpgradeFaults();
+    if (faults.count <= 0) return false;
+    status = faults.status;
+    --faults.count;
+    storeFaults(faults);
+    return true;
 }
 
 bool publishSystemState(const Scenario &s, std::string &error) {

@@ -7,6 +7,7 @@
 
 #include "servers/listener.h"
 #include "servers/shared_blocks.h"
+#include "servers/system_state.h"
 
 namespace fs = std::filesystem;
 
@@ -29,14 +30,37 @@ bool readRequest(int fd, int32_t &code, std::string &text) {
 
 // Applying consumes the staged files, as the terminal's firmware loader does.
 int32_t UpgradeServers::applyStaged(std::string &applied) {
+    int32_t failed = 0;
+    if (takeUpgradeFault(failed)) return failed;
     if (replies_.firmwareApply != 0) return replies_.firmwareApply;
     std::lock_guard<std::mutex> lock(stagingMutex_);
     std::error_code ec;
+    int32_t count = 0;
     for (const auto &entry : fs::directory_iterator(stagingDir_, ec)) {
-        applied += (applied.empty() ? "" : ",") + entry.path().filename().string();
+        std::string name = entry.path().filename().string();
+        applied += (applied.empty() ? "" : ",") + name;
+        appendUpgradeRecord("firmware " + name);
         fs::remove_all(entry.path(), ec);
+        ++count;
     }
-    return 0;
+    return count;
+}
+
+int32_t UpgradeServers::upgradeFile(const std::string &path) {
+    int32_t failed = 0;
+    if (takeUpgradeFault(failed)) return failed;
+    if (access(path.c_str(), R_OK) != 0) return kUpgradeFileMissing;
+    if (replies_.upgradeFile != 0) return replies_.upgradeFile;
+    appendUpgradeRecord("file " + path);
+    return 1;
+}
+
+int32_t UpgradeServers::downloadAndUpgrade() {
+    int32_t failed = 0;
+    if (takeUpgradeFault(failed)) return failed;
+    if (replies_.upgradeDownload != 0) return replies_.upgradeDownload;
+    appendUpgradeRecord("download");
+    return 1;
 }
 
 void UpgradeServers::handleFirmware(int fd) {
@@ -63,9 +87,9 @@ void UpgradeServers::handleUpgrade(int fd) {
     }
     int32_t result = -1;
     if (code == 0x1001) {
-        result = access(text.c_str(), R_OK) == 0 ? replies_.upgradeFile : kUpgradeFileMissing;
+        result = upgradeFile(text);
     } else if (code == 0x1000) {
-        result = replies_.upgradeDownload;
+        result = downloadAndUpgrade();
     }
     log_.record("upgrade", code, quoteText(text), std::to_string(result));
     writeFully(fd, &result, sizeof result);

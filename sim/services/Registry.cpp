@@ -2,8 +2,17 @@
 
 #include <nlohmann/json.hpp>
 
+#include "PinpadService.h"
+#include "NetworkService.h"
+#include "ICCardService.h"
+#include "MagcardService.h"
 #include "PowerService.h"
+#include "RFIDService.h"
 #include "SystemService.h"
+#include "CloudService.h"
+#include "Qd36nService.h"
+#include "SegLcdService.h"
+#include "TtsService.h"
 
 namespace possim {
 
@@ -20,6 +29,15 @@ const std::vector<ServiceEntry> &simulatedServices() {
     static const std::vector<ServiceEntry> services = {
         {"system", "KivoSystemManagerService", "system", make<SystemService>},
         {"power", "KivoPowerService", "power", make<PowerService>},
+        {"pinpad", "KivoPinpadManagerService", "pinpad", make<PinpadService>},
+        {"cloud", "cloudservice", "cloud", make<CloudService>},
+        {"qd36n", "KivoQd36nService", "qd36n", make<Qd36nService>},
+        {"seglcd", "KivoSegLcdService", "seglcd", make<SegLcdService>},
+        {"tts", "KivoTtsService", "tts", make<TtsService>},
+        {"network", "KivoNetworkService", "network", make<NetworkService>},
+        {"iccard", "KivoIICCardService", "iccard", make<ICCardService>},
+        {"magcard", "KivoMagcardService", "magcard", make<MagcardService>},
+        {"rfid", "KivoRFIDService", "rfid", make<RFIDService>},
     };
     return services;
 }

@@ -161,6 +161,10 @@ void SimService::onText(uint32_t code, TextHandler handler) {
     };
 }
 
+void SimService::onNone(uint32_t code, NoneHandler handler) {
+    mHandlers[code] = [handler](const Parcel &request, Parcel *) { handler(request); };
+}
+
 void SimService::onGet(uint32_t code, const int &field) {
     onStatus(code, [&field](const Parcel &, ReplyFields &out) {
         out.i32(field);

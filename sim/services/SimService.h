@@ -61,6 +61,10 @@ class SimService : public android::BBinder {
     // Runs one control command (JSON text, as the reserved transaction carries it) and answers
     // its reply text; STATUS is 0 when done, -1 when refused (the text then says why).
     std::string control(const std::string &command, int *status);
+    // Called once in the service's own process before it serves: a service that drives a
+    // device or publishes files starts doing so here (never where it is only built, as for
+    // scenario checks or fuzzing).
+    virtual void start() {}
 
   protected:
     explicit SimService(const char *descriptor);
@@ -73,6 +77,9 @@ class SimService : public android::BBinder {
         std::function<std::string(const android::Parcel &request, ReplyFields &after)>;
     void onStatus(uint32_t code, StatusHandler handler);
     void onText(uint32_t code, TextHandler handler);
+    // Reply: the exception code alone (operations without a result).
+    using NoneHandler = std::function<void(const android::Parcel &request)>;
+    void onNone(uint32_t code, NoneHandler handler);
     // Common shapes: status 0 and FIELD; one int taken into FIELD within [low, high], else
     // refused with -1.
     void onGet(uint32_t code, const int &field);

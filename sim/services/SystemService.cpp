@@ -3,12 +3,18 @@
 #include <pos_sdk/service/ISystemManager.h>
 
 #include <nlohmann/json.hpp>
+#include <sysglue/sysglue.h>
 
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <stdexcept>
+#include <unistd.h>
+
+#include "scenario/scenario.h"
+#include "servers/system_state.h"
+#include "servers/usb_serial.h"
 
 using android::ISystemManager;
 using android::Parcel;
@@ -21,6 +27,49 @@ namespace {
 const int kFailed = -1;
 const size_t kMaxSerialLength = 32;  // record 1 must fit the 64-byte buffer readers decode into
 const size_t kMaxRecordLength = 256;
+
+// The versions the state shows, by name, and the system properties that hold them.
+const std::pair<const char *, const char *> kVersions[] = {
+    {"system", "kivo.system.version"},
+    {"middleware", "kivo.config.mid.version"},
+    {"mcu_software", "kivo.config.mcu.softver"},
+    {"mcu_firmware", "kivo.config.mcu.firmware.info"},
+};
+
+std::map<std::string, std::string> defaultVersions() {
+    Scenario defaults = defaultScenario();
+    std::map<std::string, std::string> versions;
+    for (const auto &version : kVersions)
+        versions[version.first] = defaults.properties[version.second];
+    return versions;
+}
+
+// {"system": "V1.6.2-20240315", ...}: names of kVersions only, texts a property can hold.
+void readVersions(const json &values, std::map<std::string, std::string> &versions) {
+    if (!values.is_object()) throw std::invalid_argument("versions: expected an object");
+    for (auto it = values.begin(); it != values.end(); ++it) {
+        const std::string what = "versions." + it.key();
+        if (versions.count(it.key()) == 0) throw std::invalid_argument(what + ": no such version");
+        std::string text = textOf(*it, what);
+        if (text.size() >= KV_PROP_VALUE_MAX || text.find_first_of("\r\n") != std::string::npos) {
+            throw std::invalid_argument(what + ": at most 91 characters on one line");
+        }
+        versions[it.key()] = text;
+    }
+}
+
+std::vector<std::string> readUpgrades(const json &values) {
+    if (!values.is_array()) throw std::invalid_argument("upgrades: expected a list of texts");
+    std::vector<std::string> lines;
+    for (const json &line : values) {
+        std::string text = textOf(line, "upgrades");
+        if (text.empty() || text.find('\n') != std::string::npos) {
+            throw std::invalid_argument("upgrades: one line of text each");
+        }
+        lines.push_back(text);
+    }
+    return lines;
+}
 
 // The clock text: YYYYMMDDhhmmss (UTC).
 std::string formatClock(time_t when) {
@@ -90,6 +139,7 @@ std::map<int, std::string> readRecords(const json &records) {
 }  // namespace
 
 SystemService::SystemService(const json &section) : SimService("com.kivo.manager.ISystemManager") {
+    mState.versions = defaultVersions();
     load(section);
     onText(ISystemManager::GET_MCU_RTC_TIME, [this](const Parcel &request, ReplyFields &) {
         (void)request.readInt32();  // format selector: one text form is served for all
@@ -153,8 +203,15 @@ std::string SystemService::encodeSerialRecord(const std::string &serial) {
 json SystemService::state() const {
     json records = json::object();
     for (const auto &record : mState.devInfo) records[std::to_string(record.first)] = record.second;
+    State terminal = withTerminal(mState);
     return {{"rtc", rtcText()},
             {"serial_number", mState.serialNumber},
+            {"serial_record", mState.serialRecord},
+            {"versions", terminal.versions},
+            {"usb_serial", terminal.usbSerial},
+            {"upgrades", terminal.upgrades},
+            {"upgrade_fail_count", terminal.upgradeFailCount},
+            {"upgrade_fail_status", terminal.upgradeFailStatus},
             {"dev_info", records},
             {"keytone", mState.keytone},
             {"beeper_frequency", mState.beeperFrequency},
@@ -171,7 +228,8 @@ json SystemService::state() const {
 
 void SystemService::load(const json &values) {
     if (!values.is_object()) throw std::invalid_argument("expected an object");
-    State s = mState;
+    const State before = withTerminal(mState);
+    State s = before;
     std::string rtc;
     takeText(values, "rtc", rtc);
     if (!rtc.empty()) s.clockOffset = parseClock(rtc);
@@ -197,7 +255,51 @@ void SystemService::load(const json &values) {
     takeInt(values, "rfid_test_result", s.rfidTestResult);
     takeInt(values, "battery_state", s.batteryState);
     takeInt(values, "lp_led_freq", s.lpLedFrequency);
+    takeText(values, "serial_record", s.serialRecord);
+    if (s.serialRecord.size() > 2 * kMaxRecordLength) {
+        throw std::invalid_argument("serial_record: too long");
+    }
+    if (values.contains("versions")) readVersions(values["versions"], s.versions);
+    takeBool(values, "usb_serial", s.usbSerial);
+    if (values.contains("upgrades")) s.upgrades = readUpgrades(values["upgrades"]);
+    takeInt(values, "upgrade_fail_count", s.upgradeFailCount);
+    takeInt(values, "upgrade_fail_status", s.upgradeFailStatus);
+    if (s.upgradeFailCount < 0) throw std::invalid_argument("upgrade_fail_count: 0 or more");
+    storeInTerminal(before, s);
     mState = s;
+}
+
+// S with what the terminal keeps read from the terminal, when there is one.
+SystemService::State SystemService::withTerminal(State s) const {
+    if (!insideTerminal()) return s;
+    for (const auto &version : kVersions) {
+        char text[KV_PROP_VALUE_MAX] = {};
+        if (kvgetsysver(version.second, text) == 0) s.versions[version.first] = text;
+    }
+    s.usbSerial = access(kUsbSerialDevice, F_OK) == 0;
+    s.upgrades = readUpgradeRecord();
+    UpgradeFaults faults = readUpgradeFaults();
+    s.upgradeFailCount = faults.count;
+    s.upgradeFailStatus = faults.status;
+    return s;
+}
+
+// Writes what changed from FROM to TO to the terminal, the step that can be refused first.
+void SystemService::storeInTerminal(const State &from, const State &to) const {
+    if (!insideTerminal()) return;
+    std::string error;
+    if (to.usbSerial != from.usbSerial && !requestUsbSerial(to.usbSerial, error)) {
+        throw std::runtime_error(error);
+    }
+    for (const auto &version : kVersions) {
+        const std::string &text = to.versions.at(version.first);
+        if (text != from.versions.at(version.first)) kvsetsysver(version.second, text.c_str());
+    }
+    if (to.upgrades != from.upgrades) writeUpgradeRecord(to.upgrades);
+    if (to.upgradeFailCount != from.upgradeFailCount ||
+        to.upgradeFailStatus != from.upgradeFailStatus) {
+        writeUpgradeFaults({to.upgradeFailCount, to.upgradeFailStatus});
+    }
 }
 
 // The microcontroller wakes up from a source (key, card, timer...): the number it reports.
@@ -218,7 +320,10 @@ int SystemService::setRtc(const Parcel &request) {
 }
 
 std::string SystemService::devInfo(int record) const {
-    if (record == 1) return encodeSerialRecord(mState.serialNumber);
+    if (record == 1) {
+        return mState.serialRecord.empty() ? encodeSerialRecord(mState.serialNumber)
+                                           : mState.serialRecord;
+    }
     auto found = mState.devInfo.find(record);
     return found == mState.devInfo.end() ? std::string() : found->second;
 }
@@ -230,6 +335,7 @@ int SystemService::setDevInfo(const Parcel &request) {
     if (record == 1) {
         if (text.empty() || text.size() > kMaxSerialLength) return kFailed;
         mState.serialNumber = text;
+        mState.serialRecord.clear();
         return 0;
     }
     if (text.size() > kMaxRecordLength) return kFailed;

@@ -1,11 +1,16 @@
 // The simulated system service ("KivoSystemManagerService"): the microcontroller's clock,
 // sleep and wake, beeper, key tone, LEDs, device information records and debug mode.
+// Its state also shows, and sets, what the rest of the terminal keeps of the system: the
+// software versions (system properties), whether USB serial runs, the upgrades applied and
+// upgrade failures to inject. Inside a simulated terminal these are the terminal's own;
+// outside one (a service run by itself) they are kept here.
 #ifndef POS_SIM_SYSTEM_SERVICE_H
 #define POS_SIM_SYSTEM_SERVICE_H
 
 #include <array>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "SimService.h"
 
@@ -41,7 +46,17 @@ class SystemService : public SimService {
         int rfidTestResult = 0;
         int batteryState = 0;
         int lpLedFrequency = 1;
+        std::string serialRecord;  // answered for record 1 as it is, when not empty
+        // What the terminal keeps, mirrored here.
+        std::map<std::string, std::string> versions;  // by the names of kVersions
+        bool usbSerial = false;
+        std::vector<std::string> upgrades;
+        int upgradeFailCount = 0;
+        int upgradeFailStatus = 0;
     };
+
+    State withTerminal(State s) const;
+    void storeInTerminal(const State &from, const State &to) const;
 
     std::string rtcText() const;
     int setRtc(const android::Parcel &request);

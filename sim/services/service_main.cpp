@@ -48,7 +48,7 @@ int serveService(const std::string &key, const std::string &state, int readyFd) 
     }
     nlohmann::json section;
     std::string error;
-    sp<IBinder> service;
+    sp<possim::SimService> service;
     try {
         if (possim::parseJson(state, section, error)) service = entry->make(section);
     } catch (const std::exception &e) {
@@ -58,6 +58,7 @@ int serveService(const std::string &key, const std::string &state, int readyFd) 
         fprintf(stderr, "pos-sim-service: bad state for %s: %s\n", key.c_str(), error.c_str());
         return 2;
     }
+    service->start();
     sp<IServiceManager> sm = defaultServiceManager();
     if (sm == nullptr || sm->addService(String16(entry->registeredName), service) != NO_ERROR) {
         fprintf(stderr, "pos-sim-service: cannot register %s\n", entry->registeredName);

@@ -46,6 +46,13 @@ std::optional<T> optionalField(const json &section, const char *key) {
     return value.get<T>();
 }
 
+std::optional<bool> flag(const json &root, const char *section, const char *key) {
+    if (!root.contains(section) || !root[section].is_object()) return std::nullopt;
+    const json &part = root[section];
+    if (!part.contains(key) || !part[key].is_boolean()) return std::nullopt;
+    return part[key].get<bool>();
+}
+
 bool parseApps(const json &apps, std::vector<ExpectedApp> &out, std::string &error) {
     if (!apps.is_array()) {
         error = "\"apps\" is not a list";
@@ -100,6 +107,19 @@ bool parseScenario(const std::string &text, Expectations &out, std::string &erro
         expected.chargeState = optionalField<int>(power, "charge_state");
     }
     if (root.contains("apps") && !parseApps(root["apps"], expected.apps, error)) return false;
+    if (root.contains("pinpad") && root["pinpad"].is_object()) {
+        json steps = root["pinpad"].value("scripted_pins", json::array());
+        std::string first = steps.is_array() && !steps.empty() && steps[0].is_string()
+                                ? steps[0].get<std::string>()
+                                : "";
+        if (first.size() >= 4 && first.size() <= 12 &&
+            first.find_first_not_of("0123456789") == std::string::npos) {
+            expected.scriptedPin = first;
+        }
+    }
+    expected.cardInserted = flag(root, "iccard", "inserted");
+    expected.cardSwiped = flag(root, "magcard", "swiped");
+    expected.cardInField = flag(root, "rfid", "in_field");
     out = expected;
     return true;
 }

@@ -21,6 +21,11 @@ struct Expectations {
     std::optional<int> batteryVoltage;
     std::optional<int> chargeState;
     std::vector<ExpectedApp> apps;  // empty: the installed applications are not known
+    std::optional<std::string> scriptedPin;  // the PIN pad's first scripted entry, if digits
+    // Cards the terminal starts with: in the IC card slot, swiped, in the contactless field.
+    std::optional<bool> cardInserted;
+    std::optional<bool> cardSwiped;
+    std::optional<bool> cardInField;
 };
 
 // Reads the scenario TEXT (a JSON object). Returns false and sets ERROR when it is not one, or

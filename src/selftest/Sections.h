@@ -14,6 +14,12 @@ void testDatabase(Checks &checks, const Expectations &expected);
 void testAlgorithms(Checks &checks, const Expectations &expected);
 void testRsa(Checks &checks, const Expectations &expected);
 void testApplications(Checks &checks, const Expectations &expected);
+void testPinpad(Checks &checks, const Expectations &expected);
+void testSpeech(Checks &checks, const Expectations &expected);
+void testSmallDevices(Checks &checks, const Expectations &expected);
+void testCellular(Checks &checks, const Expectations &expected);
+void testSystemInformation(Checks &checks, const Expectations &expected);
+void testCardReaders(Checks &checks, const Expectations &expected);
 
 struct Section {
     const char *title;

@@ -24,9 +24,13 @@ const Section *sections(int *count) {
         {"RSA", testRsa},
         {"Application management", testApplications},
         {"Wi-Fi", nullptr},
-        {"Cellular network", nullptr},
+        {"Cellular network", testCellular},
         {"Display", nullptr},
-        {"Text-to-speech", nullptr},
+        {"Text-to-speech", testSpeech},
+        {"Power, LEDs and small devices", testSmallDevices},
+        {"PIN pad", testPinpad},
+        {"System information", testSystemInformation},
+        {"Card readers", testCardReaders},
     };
     *count = static_cast<int>(sizeof all / sizeof all[0]);
     return all;

@@ -6,7 +6,18 @@
 const std::vector<HubOp> &allHubOps() {
     static const std::vector<HubOp> all = [] {
         std::vector<HubOp> ops;
-        for (const auto *table : {&powerHubOps(), &systemHubOps()}) {
+        for (const auto *table : {
+                 &cloudHubOps(),
+                 &networkHubOps(),
+                 &powerHubOps(),
+                 &systemHubOps(),
+                 &qd36nHubOps(),
+                 &segLcdHubOps(),
+                 &ttsHubOps(),
+                 &pinpadHubOps(),
+                 &icCardHubOps(),
+                 &magcardHubOps(),
+                 &rfidHubOps()}) {
             ops.insert(ops.end(), table->begin(), table->end());
         }
         return ops;

@@ -14,9 +14,10 @@
 
 // What a hub operation returns.
 enum class HubReturns {
-    Status,  // the service's status unchanged (or the binding code)
-    Mapped,  // a value the hub derives from the reply (or the binding code)
-    Text,    // text (null when the service cannot be bound)
+    Status,   // the service's status unchanged (or the binding code)
+    Mapped,   // a value the hub derives from the reply (or the binding code)
+    Text,     // text (null when the service cannot be bound)
+    Nothing,  // 0 once the call is made, whatever the reply (or the binding code)
 };
 
 struct HubResult {
@@ -34,8 +35,17 @@ struct HubOp {
     Bytes request;  // the fields after the interface token
 };
 
+const std::vector<HubOp> &networkHubOps();
 const std::vector<HubOp> &powerHubOps();
 const std::vector<HubOp> &systemHubOps();
+const std::vector<HubOp> &pinpadHubOps();
+const std::vector<HubOp> &cloudHubOps();
+const std::vector<HubOp> &qd36nHubOps();
+const std::vector<HubOp> &segLcdHubOps();
+const std::vector<HubOp> &ttsHubOps();
+const std::vector<HubOp> &icCardHubOps();
+const std::vector<HubOp> &magcardHubOps();
+const std::vector<HubOp> &rfidHubOps();
 // Every service's operations, in the hub's member order.
 const std::vector<HubOp> &allHubOps();
 // The operation called NAME; aborts when there is none.

@@ -1,5 +1,8 @@
 // pos_demo: makes every system and power call through the SDK's service hub and prints what
 // came back. Run it on a terminal or under the simulator: pos-sim run -- pos_demo
+#include <pos_sdk/at.h>
+#include <pos_sdk/network.h>
+#include <pos_sdk/os_time.h>
 #include <pos_sdk/service/BpTransferHub.h>
 
 #include <cstdio>
@@ -95,12 +98,38 @@ void system(BpTransferHub *hub) {
     printf("  %-34s status %d, %d\n", "low-power LED frequency", status, value);
 }
 
+// Logs into the cellular network and shows what the link and the modem report.
+void cellular() {
+    printf("Cellular network\n");
+    OsWlLock();
+    show("module and SIM ready", OsWlInit(nullptr));
+    char name[128] = {0}, address[64] = {0}, imei[64] = {0};
+    show("operator", OsWlGetSimOperator(name));
+    printf("  %-34s \"%s\"\n", "  (name)", name);
+    OsWlGetImei(imei);
+    printf("  %-34s %s\n", "IMEI", imei);
+    printf("  %-34s level %d of 5, strength %d\n", "signal", OsWlGetSignal(),
+           OsWlGetSignalStrength());
+    int64_t start = get_sys_tick();
+    show("data login (APN cmnet)", OsWlLogin("cmnet", "", "", 0, 10000));
+    printf("  %-34s %lld ms\n", "  (took)", static_cast<long long>(get_sys_tick() - start));
+    show("ppp0 address", OsWlGetNetworkIp(address));
+    printf("  %-34s %s\n", "  (address)", address);
+    char response[1024] = {0};
+    OsCustATCmdOpen();
+    show("AT+COPS? on the modem", OsSendCustATCmd("AT+COPS?", response));
+    printf("  %-34s %s", "  (answer)", response);
+    show("logout", OsWlLogout());
+    OsWlUnLock();
+}
+
 }  // namespace
 
 int main() {
     BpTransferHub *hub = BpTransferHub::getInstance();
     power(hub);
     system(hub);
+    cellular();
     if (g_failures != 0) {
         printf("%d calls could not reach their service\n", g_failures);
         return 1;

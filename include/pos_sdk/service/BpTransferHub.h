@@ -45,16 +45,86 @@ class POS_API BpTransferHub {
     // src/service/hub/<Service>Hub.cpp.
 
     // ---- Cloud (test service) ----
+    // test and print have no result: 0 once the call is made.
+    int ICloudTest();
+    int ICloudPrint(const char *text);
+    int ICloudAdd(int a, int b);
+    int ICloudMultiply(int a, int b);
 
     // ---- ICCard ----
+    int IICCardOpen(int slot, int mode);
+    int IICCardClose(int slot);
+    int IICCardAsyncCardWorkAttr(int slot, int voltage, int standard, int pps, int baud,
+                                 int timeout);
+    const char *IICCardPowerOn(int slot, int timeout);
+    int IICCardPowerOff(int slot, int timeout);
+    const char *IICCardAsyncCardComm(int slot, const char *apdu, int timeout);
+    int IICCardDeckCheck(int slot, int timeout);
+    const char *IICCardSyncCardComm(int slot, int cardType, const char *command, int timeout);
 
     // ---- Magcard ----
+    int IMagcardOpen(int mode);
+    int IMagcardClose();
+    int IMagcardRead(int tracks, int timeout);
+    const char *IMagcardReadData(int track);
+    int IMagcardWrite(const char *track1, const char *track2, const char *track3, int mode);
+    int IMagcardStatus(int *state);
+    int IMagcardCancel();
 
     // ---- RFID ----
+    int IRFIDOpen(int mode);
+    int IRFIDClose();
+    int IRFIDSelectCardType(int cardType, int rate);
+    int IRFIDPowerOn();
+    int IRFIDPowerOff();
+    const char *IRFIDSearchCard(int timeout);
+    const char *IRFIDAPDUComm(const char *apdu, int timeout);
+    const char *IRFIDMifareCardComm(int command, const char *data, int timeout);
+    int IRFIDSearchCardWithoutPowerOn(int timeout);
+    const char *IRFIDCardPowerOn(int timeout);
+    int IRFIDCardPowerOff(int timeout);
+    const char *IRFIDFelicaSearchPowerOn(int timeout);
+    const char *IRFIDFelicaAPDUComm(const char *frame, int timeout);
 
     // ---- Thermal (printer) ----
 
     // ---- Network ----
+    int INetGetDevIMEI(char *imei);
+    int INetGetDevIMSI(char *imsi);
+    int INetGetDevICCID(char *iccid);
+    int INetGetSignalStrength(int *signal);
+    int INetGetDevBasebanVersion(char *version);
+    int INetGetSimStatus(int *state);
+    int INetGetSimOperator(char *operatorName);
+    int INetGetDevBaseStation(android::xstation_info_t *station);
+    int INetGetWirelesslinkStatus(int *status);
+    int ISendCustATCmd(char *command, char *response);
+    int IGetCurDNSAddr(char *address);
+    int IGetDNSAddr(char *address, int which);
+    int ISetDNSAddr(char *address, int which);
+    int IGetPreferredNetworkType(int *type);
+    int ISetPreferredNetworkType(int type);
+    int IGetEsmFailTimes(int *count);
+    int ISetEsmFailTimes(int count);
+    int INetWirelessConnect(char *kind, char *apn, char *user, char *password, char *auth,
+                            char *pdpType);
+    int INetWirelessDisconnect(char *first, char *second);
+    int INetGetNetworkIP(char *interfaceName, char *address);
+    int INetWifiGoToSleep();
+    int INetWifiWakeUp();
+    int ISetRadioPower(int on);
+    int IWirelessGetModuleREG(int *state, char *first, char *second);
+    int ICallDIAL(char *number, int mode);
+    int ICallHandUpAll();
+    int ICallGetCurCall(int *first, int *second, int *third, char *number);
+    int IWirelessEnable(int on);
+    int ISetAirPlaneMode(int mode);
+    int ISetNetAutoConnect(int bits);
+    int ISaveApnConfig(char *kind, char *apn, char *user, char *password, char *auth,
+                       char *pdpType);
+    int ILoadApnConfig(char *kind, char *apn, char *user, char *password, char *auth,
+                       char *pdpType);
+    int IGetQNetworkInfo(char *first, char *second, char *third, int *value);
 
     // ---- Power ----
     // The four getters without arguments return the value read, or -1 when the service
@@ -91,16 +161,65 @@ class POS_API BpTransferHub {
     int ISystemGetLPLEDFreq(int *frequency);
 
     // ---- Pinpad ----
+    int IPinpadOpen(const char *config);
+    int IPinpadClose();
+    const char *IPinpadStartInput(const char *request, int timeout);
+    const char *IPinpadPushMasterKey(const char *request);
+    const char *IPinpadPushWorkKey(const char *request);
+    int IPinpadInit(const char *config);
+    const char *IPinpadGetKeyState(int type, int index);
+    const char *IPinpadDataDeal(const char *request);
+    const char *IPinpadMacCal(const char *request);
+    const char *IPinpadMacCalIn(const char *request);
+    int IPinpadEraseAllKeys();
+    int IPinpadLoadKey(const char *request);
+    int IPinpadDUKPTWriteKey(const char *request);
+    int IPinpadDUKPTIncKSN(int index);
+    const char *IPinpadGetRandom(int length);
+    const char *IPinpadGetSecVer();
+    const char *IPinpadGetKCV(const char *request);
+    const char *IPinpadDUKPTGetPinBlock(const char *request, int timeout);
+    const char *IPinpadDUKPTGetMac(const char *request);
+    const char *IPinpadDUKPTGetDes(const char *request);
+    const char *IPinpadDUKPTGetKSN(int index);
+    const char *IPinpadGetPinResult();
+    const char *IPinpadDUKPTGetPinResult();
+    int IPinpadCtrlKeyResponse(int action);
 
     // ---- Wifi ----
 
     // ---- Security ----
 
     // ---- Qd36n (model MCU) ----
+    int IQd36nSetDateTime(char *text);
+    int IQd36nLedCtrl(int which, int value);  // the service's CtrlEx
+    int IQd36nLedRed(int state);
+    int IQd36nLedGreen(int state);
+    int IQd36nLedBlue(int state);
+    int IQd36nResetSE();
+    int IQd36nSetUsbSw(int position);
+    int IQd36nGetUsbSw(int *position);
 
     // ---- SegLcd ----
+    int ISegLcdSetBacklight(int mode, int level);
+    int ISegLcdCloseLcd();
+    int ISegLcdPing();
+    int ISegLcdGetVersion(char *version);
+    int ISegLcdShow(int line, int column, const char *text, int flags);
+    int ISegLcdShow(int line, int column, int font, const char *text, int flags);
+    int ISegLcdReconnect();
+    int ISegLcdReset();
 
     // ---- Tts ----
+    // The text comes first and its length second (the service takes them the other way).
+    int ITtsTextToSpeech(const char *text, int length, int encoding, int speed, int pitch,
+                         int volume, int flag);
+    int ITtsTextToPcm(const char *text, int length, int encoding, int speed, int pitch, int volume,
+                      char *result);
+    int ITtsTextToWav(const char *text, int length, int encoding, int speed, int pitch, int volume,
+                      char *result);
+    int ITtsStopSpeech(int which);
+    int ITtsIsBusy();
 
   private:
     static BpTransferHub *instance;

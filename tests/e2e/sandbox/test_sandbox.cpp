@@ -55,7 +55,7 @@ const char *const kFixedPathsExist =
     "test -S /tmp/kv_pkg_server_socket && test -S /tmp/kv_init_servers_cmd_sock &&\n"
     "test -S /tmp/kivo_bserver_socket && test -S /tmp/kivo_upgrade_socket &&\n"
     "test -e /dev/shm/KVSYSTEMSHMKEY && test -e /dev/shm/KVPKGSHMKEY &&\n"
-    "test -c /dev/chn/4 -o -f /dev/chn/4 && test -e /dev/ttyGS0 && test -e /tmp/rils &&\n"
+    "test -c /dev/chn/4 -o -f /dev/chn/4 && ! test -e /dev/ttyGS0 && test -e /tmp/rils &&\n"
     "test -d /customer/kivo/mcudir && test -d /customer/kivo/fonts &&\n"
     "test -f /sys/bus/platform/drivers/kivosys/hw_version &&\n"
     "test -f /sys/bus/platform/drivers/kivosys/ctp_stress &&\n"

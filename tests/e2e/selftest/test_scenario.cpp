@@ -67,6 +67,17 @@ TEST(SelftestScenario, AbsentOrMistypedValuesExpectNothing) {
     EXPECT_TRUE(expected.apps.empty());
 }
 
+TEST(SelftestScenario, CardsInTheReaders) {
+    Expectations expected;
+    std::string error;
+    ASSERT_TRUE(selftest::parseScenario(
+        R"({"iccard": {"inserted": true}, "magcard": {"swiped": false}, "rfid": {"in_field": 1}})",
+        expected, error));
+    EXPECT_EQ(expected.cardInserted, std::optional<bool>(true));
+    EXPECT_EQ(expected.cardSwiped, std::optional<bool>(false));
+    EXPECT_FALSE(expected.cardInField.has_value());  // not a boolean: nothing expected
+}
+
 TEST(SelftestScenario, RefusesWhatTheSimulatorRefusesAndKeepsTheOldExpectations) {
     Expectations expected;
     expected.serialNumber = "KEPT";

@@ -76,6 +76,7 @@ void exerciseHub(const uint8_t *data, size_t size, const ReplyWords &reply) {
     for (const HubOp &op : allHubOps()) {
         HubResult r = op.call(hub);
         if (op.returns == HubReturns::Text) checkText(r.text, reply);
+        if (op.returns == HubReturns::Nothing) FUZZ_CHECK(r.status == 0);
         if (op.returns == HubReturns::Status && reply.plain())
             FUZZ_CHECK(r.status == reply.word(1));
     }

@@ -16,4 +16,5 @@ const struct CRecordLayout kCRecordLayout = {
     .bitarray = {sizeof(bitarray_t), {offsetof(bitarray_t, words), 0, 0}},
     .queue = {sizeof(queue_t),
               {offsetof(queue_t, capacity), offsetof(queue_t, head), offsetof(queue_t, count)}},
+    .timer = {sizeof(OS_TIMER_T), {offsetof(OS_TIMER_T, Stop), offsetof(OS_TIMER_T, TimeLeft), 0}},
 };

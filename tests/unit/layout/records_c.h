@@ -15,7 +15,7 @@ struct CRecord {
 };
 
 struct CRecordLayout {
-    struct CRecord searchHelper, selectRecord, smartlist, bitarray, queue;
+    struct CRecord searchHelper, selectRecord, smartlist, bitarray, queue, timer;
 };
 
 extern const struct CRecordLayout kCRecordLayout;

@@ -73,13 +73,13 @@ TEST(RecordLayout, CalculatorAgreesWithTheCompiler) {
     EXPECT_EQ(mixed.offset[4], offsetof(Mixed, tail));
     EXPECT_EQ(mixed.size, sizeof(Mixed));
 
-    struct Timer {
-        int64_t start, stop, left;
-    };
+    // The caller's timer: three 64-bit ticks, 24 bytes on every target.
     constexpr auto timer = layOut({kInt64, kInt64, kInt64});
-    EXPECT_EQ(timer.offset[2], offsetof(Timer, left));
-    EXPECT_EQ(timer.size, sizeof(Timer));
-    EXPECT_EQ(timer.size, 24u);
+    EXPECT_EQ(timer.offset[1], offsetof(OS_TIMER_T, Stop));
+    EXPECT_EQ(timer.offset[2], offsetof(OS_TIMER_T, TimeLeft));
+    EXPECT_EQ(timer.size, sizeof(OS_TIMER_T));
+    EXPECT_EQ(kCRecordLayout.timer.size, sizeof(OS_TIMER_T));
+    EXPECT_EQ(kCRecordLayout.timer.offset[1], offsetof(OS_TIMER_T, TimeLeft));
 }
 
 }  // namespace
