@@ -92,9 +92,12 @@ run_fuzz_targets() {
 # unpacked into a target root (build-cross-ARCH/target-root) rather than installed beside the
 # host's: the host's dpkg and package lists stay as they are, and multiarch installs, which
 # must match the host's package versions exactly, are not needed.
-CROSS_ROOT_PACKAGES=(libc6 libgcc-s1 libstdc++6 zlib1g zlib1g-dev libsqlite3-0 libsqlite3-dev
-                     libssl3 libssl-dev libpng16-16 libpng-dev libgtest-dev libgmock-dev
-                     libbenchmark1debian libbenchmark-dev nlohmann-json3-dev)
+# The packages the build links against, with the libraries they need (apt resolves those).
+# Other development packages they pull in (the C library's headers and the like) are left
+# out: the cross compiler brings its own C library.
+CROSS_ROOT_PACKAGES=(libgcc-s1 libstdc++6 zlib1g-dev libsqlite3-dev libssl-dev libpng-dev
+                     libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
+                     libespeak-ng-dev)
 
 cross_triplet() {
     case "$1" in
@@ -137,7 +140,7 @@ cross_target_root() {
     echo "run.sh: unpacking the $arch target root into $root"
     rm -rf "$root"
     state="$root/.apt"
-    mkdir -p "$state/lists/partial" "$state/cache/archives/partial" "$root/.debs"
+    mkdir -p "$state/lists/partial" "$state/cache/archives/partial" "$root/.debs/partial"
     touch "$state/status"
     local apt=(apt-get -qq -o "APT::Architecture=$arch" -o "APT::Architectures::=$arch"
                -o "Dir::State::Lists=$state/lists" -o "Dir::Cache=$state/cache"
@@ -145,14 +148,19 @@ cross_target_root() {
     # A mirror may serve one architecture's index while another's is being synced; the
     # indexes that did arrive are enough, and a package they lack fails the download below.
     "${apt[@]}" update || echo "run.sh: some $arch package lists did not update; going on" >&2
-    (cd "$root/.debs" && "${apt[@]}" download "${CROSS_ROOT_PACKAGES[@]}")
-    local n=0
-    for deb in "$root"/.debs/*.deb; do
-        dpkg-deb -x "$deb" "$root"
-        n=$((n + 1))
+    "${apt[@]}" -o "Dir::Cache::archives=$root/.debs" install --download-only -y \
+        --no-install-recommends "${CROSS_ROOT_PACKAGES[@]}"
+    local p deb name
+    for p in "${CROSS_ROOT_PACKAGES[@]}"; do
+        compgen -G "$root/.debs/${p}_*.deb" >/dev/null ||
+            { echo "run.sh: the $arch package $p was not downloaded" >&2; exit 1; }
     done
-    [ "$n" -eq ${#CROSS_ROOT_PACKAGES[@]} ] ||
-        { echo "run.sh: only $n of the $arch target packages were downloaded" >&2; exit 1; }
+    for deb in "$root"/.debs/*.deb; do
+        name=$(basename "$deb")
+        name=${name%%_*}
+        case " ${CROSS_ROOT_PACKAGES[*]} " in *" $name "*) ;; *) [[ $name == *-dev ]] && continue ;; esac
+        dpkg-deb -x "$deb" "$root"
+    done
     while IFS= read -r link; do
         local target
         target=$(readlink "$link")

@@ -28,15 +28,33 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
+# pkg-config reads the target root's package files, and its paths are given inside the root.
+set(ENV{PKG_CONFIG_LIBDIR}
+    "${POS_TARGET_ROOT}/usr/lib/${POS_CROSS_TRIPLET}/pkgconfig:${POS_TARGET_ROOT}/usr/share/pkgconfig")
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${POS_TARGET_ROOT})
+
 # The compiler knows its own C library only: the target root's headers (the architecture's
 # own directory first, as on the target) and its libraries, with their dependencies resolved
 # there too.
 set(_pos_inc "-isystem ${POS_TARGET_ROOT}/usr/include/${POS_CROSS_TRIPLET} -isystem ${POS_TARGET_ROOT}/usr/include")
 set(CMAKE_C_FLAGS_INIT "${_pos_inc}")
 set(CMAKE_CXX_FLAGS_INIT "${_pos_inc}")
+# Some libraries find theirs by a run path of their own, in a directory below the
+# architecture's (PulseAudio's common library, which espeak-ng's audio output loads): the
+# linker looks in those too.
+set(_pos_libdirs ${POS_TARGET_ROOT}/usr/lib/${POS_CROSS_TRIPLET} ${POS_TARGET_ROOT}/lib/${POS_CROSS_TRIPLET})
+file(GLOB _pos_sublibs ${POS_TARGET_ROOT}/usr/lib/${POS_CROSS_TRIPLET}/*/lib*.so*)
+foreach(_pos_lib ${_pos_sublibs})
+  get_filename_component(_pos_dir ${_pos_lib} DIRECTORY)
+  list(APPEND _pos_libdirs ${_pos_dir})
+endforeach()
+list(REMOVE_DUPLICATES _pos_libdirs)
+set(_pos_link "-L${POS_TARGET_ROOT}/usr/lib/${POS_CROSS_TRIPLET}")
+foreach(_pos_dir ${_pos_libdirs})
+  string(APPEND _pos_link " -Wl,-rpath-link,${_pos_dir}")
+endforeach()
 foreach(_pos_kind EXE SHARED MODULE)
-  set(CMAKE_${_pos_kind}_LINKER_FLAGS_INIT
-      "-L${POS_TARGET_ROOT}/usr/lib/${POS_CROSS_TRIPLET} -Wl,-rpath-link,${POS_TARGET_ROOT}/usr/lib/${POS_CROSS_TRIPLET} -Wl,-rpath-link,${POS_TARGET_ROOT}/lib/${POS_CROSS_TRIPLET}")
+  set(CMAKE_${_pos_kind}_LINKER_FLAGS_INIT "${_pos_link}")
 endforeach()
 
 # Target programs run under qemu, which loads the dynamic linker and every library from the
