@@ -19,7 +19,10 @@ ROOT=$(pwd)
 
 PACKAGES=(cmake ninja-build g++ pkg-config libsqlite3-dev libssl-dev libgtest-dev libgmock-dev
           libbenchmark-dev libpng-dev nlohmann-json3-dev util-linux
-          libespeak-ng-dev espeak-ng-data)
+          libespeak-ng-dev espeak-ng-data
+          libcpp-httplib-dev chromium python3-websockets)
+# The bitmap-font generator (tools/fontgen) and the fonts it reads.
+PACKAGES+=(libfreetype-dev zlib1g-dev console-setup-linux fonts-dejavu-core fonts-wqy-microhei)
 # Only the commands that build with Clang need these (libFuzzer comes with the runtime).
 CLANG_PACKAGES=(clang libclang-rt-dev)
 
@@ -269,10 +272,22 @@ demo)
     "$ROOT/build/sim/pos-sim" run --out "$out" -- "$ROOT/build/tools/pos_demo/pos_demo" | tee "$out/demo.txt"
     # Then the whole self-test on the demo terminal; the library's log goes to a file beside it.
     scenario="$ROOT/tools/demo/scenario.json"
+    # The display section is answered by an input script that also takes its screenshots.
+    export POS_PANELUI_INPUT="$ROOT/tools/demo/display-input.txt" POS_PANELUI_OUT="$out"
     "$ROOT/build/sim/pos-sim" run --scenario "$scenario" --out "$out" -- \
         "$ROOT/build/src/selftest/pos_selftest" --auto --scenario "$scenario" \
         2>"$out/selftest-log.txt" | tee "$out/selftest.txt" ||
         { echo "demo: the self-test failed (see $out/selftest.txt)" >&2; exit 1; }
+    # The example sale, built against the installed SDK, run once with a chip card in the slot
+    # and a scripted PIN; its output, speech (and receipt, with a printer) in demo-out/sale/.
+    "$ROOT/examples/sale/build.sh" "$ROOT/build" "$ROOT/build/sdk"
+    mkdir -p "$out/sale"
+    "$ROOT/build/sdk/bin/pos-sim" run --scenario "$ROOT/examples/sale/scripted.json" \
+        --out "$out/sale" -- "$ROOT/build/sdk/sale-build/sale" --amount 1250 \
+        2>"$out/sale/log.txt" | tee "$out/sale/sale.txt" ||
+        { echo "demo: the sale failed (see $out/sale/)" >&2; exit 1; }
+    echo "drive the sale yourself on the terminal's page (open the address it prints):"
+    echo "  build/sdk/bin/pos-sim run --web 8080 --scenario examples/sale/page.json -- build/sdk/sale-build/sale"
     echo "demo artefacts in $out"
     ;;
 soak)

@@ -1,7 +1,8 @@
 // pos-sim: the simulated terminal.
 //   pos-sim run [--scenario FILE] [--out DIR] [--name NAME] [--rw DIR]... [--keep DIR]...
-//               -- COMMAND [ARGS...]
+//               [--web [ADDR:]PORT] -- COMMAND [ARGS...]
 //   pos-sim shell [--scenario FILE] [--out DIR] [--name NAME] [--rw DIR]... [--keep DIR]...
+//               [--web [ADDR:]PORT]
 //   pos-sim ctl [--name NAME | --out DIR] SERVICE COMMAND | list
 // Builds a sandbox in which every fixed path of the terminal exists privately, starts the
 // terminal's processes in it, runs the command against them and tears everything down,
@@ -12,6 +13,7 @@
 // The supervisor of the services answers the control console (`pos-sim ctl`) inside; from the
 // host a run is reached by its name, through a socket this process relays into the sandbox.
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <signal.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -33,6 +35,8 @@
 #include "scenario/scenario.h"
 #include "servers/local_servers.h"
 #include "servers/system_state.h"
+#include "web/WebAccess.h"
+#include "web/WebServer.h"
 
 namespace {
 
@@ -46,14 +50,15 @@ struct Options {
     std::vector<std::string> writableDirs;  // --rw: host directories the command may change
     std::vector<std::string> keepDirs;      // --keep: host directories it must see
     std::vector<std::string> command;
+    std::string web;  // --web [ADDR:]PORT: serve the terminal's page there
 };
 
 void usage(FILE *to) {
     fprintf(to,
             "usage: pos-sim run [--scenario FILE] [--out DIR] [--name NAME] [--rw DIR]... "
-            "[--keep DIR]... -- COMMAND [ARGS...]\n"
+            "[--keep DIR]... [--web [ADDR:]PORT] -- COMMAND [ARGS...]\n"
             "       pos-sim shell [--scenario FILE] [--out DIR] [--name NAME] [--rw DIR]... "
-            "[--keep DIR]...\n"
+            "[--keep DIR]... [--web [ADDR:]PORT]\n"
             "       pos-sim ctl [--name NAME | --out DIR] SERVICE COMMAND | list\n"
             "       pos-sim ctl --help\n");
 }
@@ -85,6 +90,8 @@ bool parseOptions(int argc, char **argv, Options *opts) {
             opts->writableDirs.push_back(argv[++i]);
         } else if (strcmp(argv[i], "--keep") == 0 && i + 1 < argc) {
             opts->keepDirs.push_back(argv[++i]);
+        } else if (strcmp(argv[i], "--web") == 0 && i + 1 < argc) {
+            opts->web = argv[++i];
         } else {
             return false;
         }
@@ -174,6 +181,60 @@ bool checkScenario(const possim::Scenario &scenario, const std::string &file) {
     return true;
 }
 
+// The page shows the run's output files: without --out it gets a directory of its own.
+std::string defaultWebOutDir(const std::string &name) {
+    const char *cache = getenv("XDG_CACHE_HOME");
+    const char *home = getenv("HOME");
+    std::string base = cache != nullptr && cache[0] == '/' ? cache
+                       : home != nullptr && home[0] == '/' ? std::string(home) + "/.cache"
+                                                           : "";
+    return base.empty() ? "" : base + "/pos-sim/" + name;
+}
+
+// Starts the page on the console of run NAME and tells the person where it is (and writes
+// the address, token included, to the output directory's "pos-sim.web", readable by its
+// owner only).
+bool startWebPage(const Options &opts, possim::web::WebServer &server) {
+    possim::web::WebOptions web;
+    std::string error;
+    if (!possim::web::parseListenAddress(opts.web, web.address, web.port, error)) {
+        fprintf(stderr, "pos-sim: %s\n", error.c_str());
+        return false;
+    }
+    std::string dir = possim::ctl::hostSocketDir(error);
+    web.console = possim::ctl::hostSocketPath(dir, opts.name);
+    web.outDir = opts.outDir;
+    if (dir.empty() || !server.start(web, error)) {
+        fprintf(stderr, "pos-sim: %s\n", error.c_str());
+        return false;
+    }
+    std::string file = opts.outDir + "/pos-sim.web";
+    FILE *out = fopen(file.c_str(), "w");
+    if (out != nullptr) {
+        fchmod(fileno(out), 0600);
+        fprintf(out, "%s\n", server.url().c_str());
+        fclose(out);
+    }
+    fprintf(stderr, "pos-sim: the terminal's page: %s\n", server.url().c_str());
+    return true;
+}
+
+// With a person at the page, it stays up after the command ends (showing its output) until
+// Ctrl-C; a script gets its exit status at once.
+void lingerForPage(int status) {
+    if (!isatty(STDIN_FILENO)) return;
+    fprintf(stderr,
+            "pos-sim: the command ended (status %d); the page shows its output until Ctrl-C\n",
+            status);
+    sigset_t stop;
+    sigemptyset(&stop);
+    sigaddset(&stop, SIGINT);
+    sigaddset(&stop, SIGTERM);
+    sigprocmask(SIG_BLOCK, &stop, nullptr);
+    int sig = 0;
+    sigwait(&stop, &sig);
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -196,6 +257,8 @@ int main(int argc, char **argv) {
         return 2;
     }
     if (!checkScenario(scenario, opts.scenarioPath)) return 2;
+    if (opts.name.empty()) opts.name = "run-" + std::to_string(getpid());
+    if (!opts.web.empty() && opts.outDir.empty()) opts.outDir = defaultWebOutDir(opts.name);
     if (!prepareOutDir(&opts.outDir)) return 2;
     // Inside the sandbox the binder lives at its default place in the private /tmp.
     unsetenv("POS_BINDER_DIR");
@@ -206,12 +269,13 @@ int main(int argc, char **argv) {
         perror("pos-sim: socketpair");
         return 125;
     }
-    if (opts.name.empty()) opts.name = "run-" + std::to_string(getpid());
     possim::ctl::HostRelay relay;
     if (!relay.start(opts.name, opts.outDir, channel[0], error)) {
         fprintf(stderr, "pos-sim: %s\n", error.c_str());
         return 2;
     }
+    possim::web::WebServer page;
+    if (!opts.web.empty() && !startWebPage(opts, page)) return 2;
     if (opts.shell) {
         fprintf(stderr, "pos-sim: this terminal is run %s (pos-sim ctl --name %s ...)\n",
                 opts.name.c_str(), opts.name.c_str());
@@ -233,5 +297,6 @@ int main(int argc, char **argv) {
         fprintf(stderr, "pos-sim: %s\n", error.c_str());
         return 125;
     }
+    if (!opts.web.empty()) lingerForPage(status);
     return status;
 }

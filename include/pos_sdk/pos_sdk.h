@@ -19,5 +19,7 @@
 #include "sysinfo.h"
 #include "upgrade.h"
 #include "usb_serial.h"
+#include "disp.h"
+#include "font.h"
 
 #endif

@@ -262,13 +262,93 @@ int receiveDescriptor(int channel) {
     return fd;
 }
 
+namespace {
+
+const int kWaitPollMs = 50;
+
+// One condition of `wait`: the state's KEY shown as VALUE (KEY=VALUE), or an integer above N
+// (KEY>N).
+struct Condition {
+    std::string key, value;
+    bool above = false;
+    long long bound = 0;
+};
+
+bool parseCondition(const std::string &word, Condition &c) {
+    size_t at = word.find_first_of("=>");
+    if (at == 0 || at == std::string::npos) return false;
+    c.key = word.substr(0, at);
+    c.value = word.substr(at + 1);
+    c.above = word[at] == '>';
+    if (!c.above) return true;
+    char *end = nullptr;
+    errno = 0;
+    c.bound = strtoll(c.value.c_str(), &end, 10);
+    return !c.value.empty() && *end == '\0' && errno == 0;
+}
+
+// The state's value at KEY as the console shows it: text as it is, anything else as JSON.
+std::string shown(const nlohmann::json &value) {
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+bool holds(const nlohmann::json &state, const Condition &c) {
+    auto it = state.find(c.key);
+    if (it == state.end()) return false;
+    if (c.above) return it->is_number_integer() && it->get<long long>() > c.bound;
+    return shown(*it) == c.value;
+}
+
+}  // namespace
+
+Answer waitFor(const std::string &socket, const std::vector<std::string> &words) {
+    const char *usage = "wait needs KEY=VALUE or KEY>NUMBER conditions and timeout=SECONDS (1-600)";
+    if (words.size() < 3) return {false, usage};
+    std::vector<Condition> conditions;
+    int seconds = 10;
+    for (size_t i = 2; i < words.size(); ++i) {
+        Condition c;
+        if (words[i].rfind("timeout=", 0) == 0) {
+            seconds = atoi(words[i].c_str() + 8);
+            if (seconds < 1 || seconds > 600) return {false, usage};
+        } else if (parseCondition(words[i], c)) {
+            conditions.push_back(c);
+        } else {
+            return {false, usage};
+        }
+    }
+    if (conditions.empty()) return {false, usage};
+    long long waitedMs = 0;
+    for (;;) {
+        Answer answer = request(socket, {words[0], "state"});
+        if (!answer.ok) return answer;
+        nlohmann::json state = nlohmann::json::parse(answer.text, nullptr, false);
+        const Condition *unmet = nullptr;
+        for (const Condition &c : conditions) {
+            if (!state.is_object() || !state.contains(c.key))
+                return {false, words[0] + " has no " + c.key + " in its state"};
+            if (unmet == nullptr && !holds(state, c)) unmet = &c;
+        }
+        if (unmet == nullptr) return answer;
+        if (waitedMs >= seconds * 1000LL) {
+            return {false, "timed out after " + std::to_string(seconds) + " s waiting for " +
+                               unmet->key + (unmet->above ? ">" : "=") + unmet->value + " (" +
+                               unmet->key + " is " + shown(state[unmet->key]) + ")"};
+        }
+        usleep(kWaitPollMs * 1000);
+        waitedMs += kWaitPollMs;
+    }
+}
+
 void printUsage(FILE *to) {
-    fprintf(to,
-            "usage: pos-sim ctl [--name NAME | --out DIR] list\n"
-            "       pos-sim ctl [--name NAME | --out DIR] SERVICE COMMAND\n"
-            "COMMAND: state | set KEY=VALUE... | event NAME [KEY=VALUE...] | kill | restart\n"
-            "         | fault fail COUNT [STATUS] | fault delay COUNT MS | fault drop COUNT\n"
-            "         | fault clear\n");
+    fprintf(
+        to,
+        "usage: pos-sim ctl [--name NAME | --out DIR] list\n"
+        "       pos-sim ctl [--name NAME | --out DIR] SERVICE COMMAND\n"
+        "COMMAND: state | set KEY=VALUE... | event NAME [KEY=VALUE...] | kill | restart\n"
+        "         | fault fail COUNT [STATUS] | fault delay COUNT MS | fault drop COUNT\n"
+        "         | fault clear\n"
+        "         | wait KEY=VALUE|'KEY>NUMBER'... [timeout=SECONDS]   until the state shows it\n");
 }
 
 int ctlMain(const std::vector<std::string> &args) {
@@ -294,7 +374,10 @@ int ctlMain(const std::vector<std::string> &args) {
     } else {
         socket = defaultSocket(error);
     }
-    Answer answer = socket.empty() ? Answer{false, error} : request(socket, words);
+    bool wait = words.size() > 1 && words[1] == "wait";
+    Answer answer = socket.empty() ? Answer{false, error}
+                    : wait         ? waitFor(socket, words)
+                                   : request(socket, words);
     if (!answer.ok) {
         fprintf(stderr, "pos-sim ctl: %s\n", answer.text.c_str());
         return 1;

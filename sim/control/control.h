@@ -48,6 +48,11 @@ int listenAt(const std::string &path, std::string &error);
 // Sends WORDS to the console at SOCKET and returns its answer.
 Answer request(const std::string &socket, const std::vector<std::string> &words);
 
+// `SERVICE wait CONDITION... [timeout=SECONDS]`: asks for the service's state until every
+// condition holds (KEY=VALUE: the value shown as VALUE; KEY>N: an integer above N) and
+// answers that state, or refuses when the time runs out (default 10 s).
+Answer waitFor(const std::string &socket, const std::vector<std::string> &words);
+
 // Passing a connection into the sandbox: one descriptor per message over CHANNEL.
 bool sendDescriptor(int channel, int fd);
 int receiveDescriptor(int channel);  // -1 when the channel is closed or the message had none

@@ -233,6 +233,21 @@ void enterRoot(const std::string &root) {
     rmdir("/.oldroot");
 }
 
+// The terminal's font files: generated beside pos-sim (fonts/), copied into the sandbox's own
+// "/customer/kivo/fonts" while the host's paths are still in view.
+void installTerminalFonts(const std::string &fontsDir) {
+    char self[PATH_MAX];
+    ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+    if (n <= 0) return;
+    std::string from(self, static_cast<size_t>(n));
+    from = from.substr(0, from.rfind('/')) + "/fonts";
+    for (const char *name : {"HZK12.fnt", "HZK16_24.fnt"}) {
+        std::ifstream in(from + "/" + name, std::ios::binary);
+        if (!in) continue;
+        std::ofstream(fontsDir + "/" + name, std::ios::binary) << in.rdbuf();
+    }
+}
+
 // Builds the whole tree and enters it.
 void buildSandbox(const std::vector<HostBind> &binds) {
     if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) fail("make / private");
@@ -255,6 +270,7 @@ void buildSandbox(const std::vector<HostBind> &binds) {
     // The terminal's flash is small; a package unpacking without end must not fill the RAM.
     mountFs("tmpfs", root + "/customer/kivo", MS_NOSUID | MS_NODEV, "mode=0755,size=256m");
     makeDirs(root + "/customer/kivo/fonts");
+    installTerminalFonts(root + "/customer/kivo/fonts");
     makeDirs(root + "/customer/kivo/mcudir");
     for (size_t i = 0; i < binds.size(); ++i) {
         std::string target = root + binds[i].path;

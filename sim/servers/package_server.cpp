@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <time.h>
+#include <limits.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -443,11 +444,22 @@ int PackageServer::uninstall(const std::string &id) {
     return kPkgNotFound;
 }
 
+// The terminal's own programs, started by name but never in the list of applications: the
+// signature pad, found beside the simulator's programs.
+std::string PackageServer::terminalProgram(const std::string &name) {
+    if (name != "pnl_elec_sign") return "";
+    char self[PATH_MAX];
+    ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+    if (n <= 0) return "";
+    std::string dir(self, static_cast<size_t>(n));
+    return dir.substr(0, dir.rfind('/') + 1) + name;
+}
+
 int PackageServer::start(const std::string &name, const std::vector<std::string> &args) {
     std::lock_guard<std::mutex> lock(mutex_);
     const App *app = find(name);
-    if (app == nullptr) return kPkgNotFound;
-    std::string program = programOf(*app);
+    std::string program = app != nullptr ? programOf(*app) : terminalProgram(name);
+    if (program.empty()) return kPkgNotFound;
     if (access(program.c_str(), X_OK) != 0) return kPkgNotRunnable;
 
     std::vector<std::string> all{program};

@@ -69,6 +69,7 @@ class PackageServer {
     void answerList(int fd);
     const App *find(const std::string &idOrName) const;
     std::string programOf(const App &app) const;
+    static std::string terminalProgram(const std::string &name);
     void watchChild(pid_t pid, const std::string &name);
 
     RequestLog &log_;

@@ -13,6 +13,7 @@
 #include "Qd36nService.h"
 #include "SegLcdService.h"
 #include "TtsService.h"
+#include "DisplayService.h"
 
 namespace possim {
 
@@ -38,6 +39,7 @@ const std::vector<ServiceEntry> &simulatedServices() {
         {"iccard", "KivoIICCardService", "iccard", make<ICCardService>},
         {"magcard", "KivoMagcardService", "magcard", make<MagcardService>},
         {"rfid", "KivoRFIDService", "rfid", make<RFIDService>},
+        {"display", "PosSimDisplayService", "display", make<DisplayService>},
     };
     return services;
 }

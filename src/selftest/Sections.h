@@ -20,6 +20,8 @@ void testSmallDevices(Checks &checks, const Expectations &expected);
 void testCellular(Checks &checks, const Expectations &expected);
 void testSystemInformation(Checks &checks, const Expectations &expected);
 void testCardReaders(Checks &checks, const Expectations &expected);
+void testDisplay(Checks &checks, const Expectations &expected);
+void testTime(Checks &checks, const Expectations &expected);
 
 struct Section {
     const char *title;

@@ -25,12 +25,13 @@ const Section *sections(int *count) {
         {"Application management", testApplications},
         {"Wi-Fi", nullptr},
         {"Cellular network", testCellular},
-        {"Display", nullptr},
+        {"Display", testDisplay},
         {"Text-to-speech", testSpeech},
         {"Power, LEDs and small devices", testSmallDevices},
         {"PIN pad", testPinpad},
         {"System information", testSystemInformation},
         {"Card readers", testCardReaders},
+        {"Time and timers", testTime},
     };
     *count = static_cast<int>(sizeof all / sizeof all[0]);
     return all;

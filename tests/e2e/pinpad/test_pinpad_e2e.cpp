@@ -45,7 +45,6 @@ std::string text(const char *answer) {
     return answer != nullptr ? answer : "(null)";
 }
 
-const char kPan[] = "4012345678909";
 // Test keys of odd parity.
 const char kMasterKey[] = "0123456789ABCDEFFEDCBA9876543210";
 const char kPinKey[] = "89ABCDEF01234567FEDCBA9876543210";
