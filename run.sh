@@ -100,7 +100,7 @@ run_fuzz_targets() {
 # out: the cross compiler brings its own C library.
 CROSS_ROOT_PACKAGES=(libgcc-s1 libstdc++6 zlib1g-dev libsqlite3-dev libssl-dev libpng-dev
                      libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
-                     libespeak-ng-dev)
+                     libespeak-ng-dev libfreetype-dev)
 
 cross_triplet() {
     case "$1" in
@@ -199,22 +199,27 @@ cross_build_and_test() {
     # With binfmt_misc the end-to-end tests that run under pos-sim run under a native one: the
     # target's test programs against the host's simulated services (qemu cannot give the
     # target's pos-sim its sandbox).
-    local host_sim=(-DPOS_HOST_SIM=) binfmt=0
+    # The font generator runs during the build: it is built natively in build/.
+    local host_tools=(fontgen) host=(-DPOS_HOST_FONTGEN="$ROOT/build/tools/fontgen/fontgen")
+    local binfmt=0
     if cross_binfmt "$arch"; then
         binfmt=1
-        cmake -S "$ROOT" -B "$ROOT/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-        cmake --build "$ROOT/build" -j "$(nproc)" --target pos-sim
-        host_sim=(-DPOS_HOST_SIM="$ROOT/build/sim/pos-sim")
+        host_tools+=(pos-sim)
+        host+=(-DPOS_HOST_SIM="$ROOT/build/sim/pos-sim")
+    else
+        host+=(-DPOS_HOST_SIM=)
     fi
-    build "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo "${host_sim[@]}" \
+    cmake -S "$ROOT" -B "$ROOT/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+    cmake --build "$ROOT/build" -j "$(nproc)" --target "${host_tools[@]}"
+    build "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo "${host[@]}" \
         -DCMAKE_TOOLCHAIN_FILE="$ROOT/cmake/toolchain-$arch.cmake" -DPOS_TARGET_ROOT="$dir/target-root"
     # The device platform path: the library built against given platform headers and libraries
     # instead of platform/ (this build's own stand in for the terminal's).
-    build "$dir-device" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    build "$dir-device" -DCMAKE_BUILD_TYPE=RelWithDebInfo "${host[0]}" \
         -DCMAKE_TOOLCHAIN_FILE="$ROOT/cmake/toolchain-$arch.cmake" -DPOS_TARGET_ROOT="$dir/target-root" \
         -DPOS_PLATFORM=device \
-        -DPOS_DEVICE_INCLUDE_DIRS="$ROOT/platform/binder/include;$ROOT/platform/log/include;$ROOT/platform/sysglue/include" \
-        -DPOS_DEVICE_LIBRARY_DIRS="$dir/platform;$dir/platform/binder;$dir/platform/sysglue"
+        -DPOS_DEVICE_INCLUDE_DIRS="$ROOT/platform/binder/include;$ROOT/platform/log/include;$ROOT/platform/sysglue/include;$ROOT/platform/panelui/include" \
+        -DPOS_DEVICE_LIBRARY_DIRS="$dir/platform;$dir/platform/binder;$dir/platform/sysglue;$dir/platform/panelui"
     built=$(date +%s)
     echo "cross $arch: built in $((built - started)) s (and the library against a device platform)"
     if [ "$binfmt" -eq 1 ]; then

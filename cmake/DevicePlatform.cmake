@@ -1,6 +1,7 @@
 # POS_PLATFORM=device: the terminal's own platform libraries stand where platform/ would be
 # built. The library includes them by the platform's header names (<binder/Parcel.h>,
-# <utils/String16.h>, <android/log.h>, <sysglue/sysglue.h>), so only these paths change:
+# <utils/String16.h>, <android/log.h>, <sysglue/sysglue.h>, <panelui/panelui.h>), so only
+# these paths change:
 #   POS_DEVICE_INCLUDE_DIRS  directories holding those headers
 #   POS_DEVICE_LIBRARY_DIRS  directories holding the libraries
 #   POS_DEVICE_BINDER_LIBS   the libraries that make up the binder interface ("binder" by
@@ -36,3 +37,7 @@ endfunction()
 pos_device_library(pos_platform_log log)
 pos_device_library(pos_platform_binder ${POS_DEVICE_BINDER_LIBS})
 pos_device_library(pos_platform_sysglue sysglue)
+pos_device_library(pos_platform_panelui panelui)
+# The display family compiles against the UI library's header alone.
+add_library(pos_panelui_headers INTERFACE)
+target_include_directories(pos_panelui_headers INTERFACE ${POS_DEVICE_INCLUDE_DIRS})
