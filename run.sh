@@ -95,12 +95,13 @@ run_fuzz_targets() {
 # unpacked into a target root (build-cross-ARCH/target-root) rather than installed beside the
 # host's: the host's dpkg and package lists stay as they are, and multiarch installs, which
 # must match the host's package versions exactly, are not needed.
-# The packages the build links against, with the libraries they need (apt resolves those).
-# Other development packages they pull in (the C library's headers and the like) are left
-# out: the cross compiler brings its own C library.
+# The packages the build links against, with what they need (apt resolves those), less the C
+# library's development packages: the cross compiler brings its own C library.
 CROSS_ROOT_PACKAGES=(libgcc-s1 libstdc++6 zlib1g-dev libsqlite3-dev libssl-dev libpng-dev
                      libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
-                     libespeak-ng-dev libfreetype-dev)
+                     libespeak-ng-dev libfreetype-dev libcpp-httplib-dev)
+CROSS_ROOT_SKIP=(libc6-dev libc-dev-bin libcrypt-dev libnsl-dev libtirpc-dev linux-libc-dev
+                 rpcsvc-proto)
 
 cross_triplet() {
     case "$1" in
@@ -161,7 +162,7 @@ cross_target_root() {
     for deb in "$root"/.debs/*.deb; do
         name=$(basename "$deb")
         name=${name%%_*}
-        case " ${CROSS_ROOT_PACKAGES[*]} " in *" $name "*) ;; *) [[ $name == *-dev ]] && continue ;; esac
+        case " ${CROSS_ROOT_SKIP[*]} " in *" $name "*) continue ;; esac
         dpkg-deb -x "$deb" "$root"
     done
     while IFS= read -r link; do
