@@ -26,7 +26,8 @@ POS_BEGIN_DECLS
 /* Match function of DB_nSearchRec: returns 0 when RECORD (RECORDLEN bytes) matches KEY. */
 typedef int (*DB_MATCH_FUNC)(const void *key, int keyLen, const void *record, int recordLen);
 
-/* What DB_nSearchRec looks for. On a 64-bit build: 24 bytes, pfnMatch at offset 16. */
+/* What DB_nSearchRec looks for: 24 bytes with pfnMatch at offset 16 on a 64-bit build, 16
+ * bytes with pfnMatch at offset 12 on a 32-bit one. */
 typedef struct {
     const void *pvKey;
     int nKeyLen;

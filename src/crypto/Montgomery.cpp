@@ -1,7 +1,8 @@
-// Montgomery arithmetic on 64-bit limbs. A number x is held as x * R mod n with
-// R = 2^(64 * limbs), so each modular product costs two multiplications instead of a
-// division; RSA-2048 moduli use 52-bit limbs in vector registers where the processor has
-// AVX-512 IFMA. Timing depends on the exponent's bits: meant for public-key operations.
+// Montgomery arithmetic on 64-bit limbs (32-bit limbs on processors without a 128-bit
+// integer type). A number x is held as x * R mod n with R = 2^(limb bits * limbs), so each
+// modular product costs two multiplications instead of a division; RSA-2048 moduli use 52-bit
+// limbs in vector registers where the processor has AVX-512 IFMA. Timing depends on the
+// exponent's bits: meant for public-key operations.
 #include "crypto/Montgomery.h"
 
 #include <cstring>
@@ -13,29 +14,46 @@
 namespace pos::nn {
 namespace {
 
-using u128 = unsigned __int128;
+// A limb and the double-width type that holds a product of two limbs.
+#if defined(__SIZEOF_INT128__)
+using Limb = uint64_t;
+using Wide = unsigned __int128;
+#else
+using Limb = uint32_t;  // 32-bit processors: the digits themselves
+using Wide = uint64_t;
+#endif
+constexpr unsigned kLimbBits = 8 * sizeof(Limb);
+constexpr unsigned kDigitsPerLimb = sizeof(Limb) / sizeof(NN_DIGIT);
+static_assert(kDigitsPerLimb * sizeof(NN_DIGIT) == sizeof(Limb), "a limb holds whole digits");
 
-constexpr unsigned kMaxLimbs = (NN_MAX_DIGITS + 1) / 2;
+constexpr unsigned kMaxLimbs = (NN_MAX_DIGITS + kDigitsPerLimb - 1) / kDigitsPerLimb;
 constexpr unsigned kMaxWindow = 6;
 
 struct Modulus {
     unsigned limbs;
-    uint64_t n[kMaxLimbs];
-    uint64_t n0inv;  // -n^-1 mod 2^64
+    Limb n[kMaxLimbs];
+    Limb n0inv;  // -n^-1 mod 2^kLimbBits
 };
 
-void toLimbs(uint64_t *out, unsigned limbs, const NN_DIGIT *in, unsigned digits) {
+void toLimbs(Limb *out, unsigned limbs, const NN_DIGIT *in, unsigned digits) {
     for (unsigned i = 0; i < limbs; ++i) {
-        uint64_t lo = 2 * i < digits ? in[2 * i] : 0;
-        uint64_t hi = 2 * i + 1 < digits ? in[2 * i + 1] : 0;
-        out[i] = lo | hi << 32;
+        out[i] = 0;
+        for (unsigned k = 0; k < kDigitsPerLimb; ++k) {
+            const unsigned digit = kDigitsPerLimb * i + k;
+            if (digit < digits) out[i] |= Limb{in[digit]} << (32 * k);
+        }
     }
 }
 
-void fromLimbs(NN_DIGIT *out, unsigned digits, const uint64_t *in, unsigned limbs) {
+void fromLimbs(NN_DIGIT *out, unsigned digits, const Limb *in, unsigned limbs) {
     for (unsigned i = 0; i < digits; ++i) {
-        out[i] = i / 2 < limbs ? static_cast<NN_DIGIT>(in[i / 2] >> (32 * (i % 2))) : 0;
+        const unsigned limb = i / kDigitsPerLimb;
+        out[i] = limb < limbs ? static_cast<NN_DIGIT>(in[limb] >> (32 * (i % kDigitsPerLimb))) : 0;
     }
+}
+
+inline unsigned leadingZeros(Limb x) {
+    return static_cast<unsigned>(sizeof(Limb) == 8 ? __builtin_clzll(x) : __builtin_clz(x));
 }
 
 // The arithmetic is instantiated for the common RSA sizes so the compiler sees constant
@@ -48,19 +66,19 @@ inline unsigned limbsOf(const Modulus &m) {
 // A three-word accumulator for product scanning: each column of the product is summed in
 // registers instead of being carried through memory row by row.
 struct Accumulator {
-    uint64_t lo = 0, mid = 0, hi = 0;
+    Limb lo = 0, mid = 0, hi = 0;
 
-    inline void add(u128 p) {
-        u128 t = (u128{mid} << 64 | lo) + p;
+    inline void add(Wide p) {
+        Wide t = (Wide{mid} << kLimbBits | lo) + p;
         hi += t < p;
-        lo = static_cast<uint64_t>(t);
-        mid = static_cast<uint64_t>(t >> 64);
+        lo = static_cast<Limb>(t);
+        mid = static_cast<Limb>(t >> kLimbBits);
     }
 #if defined(__x86_64__)
     // One multiply and a three-word carry chain. The compiler's version of the same step
     // shuffles the 128-bit product through extra registers and made RSA ~15% slower.
-    inline void mulAdd(uint64_t a, uint64_t b) {
-        uint64_t high;
+    inline void mulAdd(Limb a, Limb b) {
+        Limb high;
         __asm__(
             "mulq %[b]\n\t"
             "addq %%rax, %[lo]\n\t"
@@ -72,13 +90,13 @@ struct Accumulator {
         (void)high;
     }
 #else
-    inline void mulAdd(uint64_t a, uint64_t b) {
-        add(u128{a} * b);
+    inline void mulAdd(Limb a, Limb b) {
+        add(Wide{a} * b);
     }
 #endif
     // Moves on to the next column, returning the finished low word.
-    inline uint64_t shift() {
-        uint64_t out = lo;
+    inline Limb shift() {
+        Limb out = lo;
         lo = mid;
         mid = hi;
         hi = 0;
@@ -88,8 +106,8 @@ struct Accumulator {
 
 // acc += a[0] * b[0] + a[1] * b[-1] + ... over count products (b runs backwards), four
 // at a time so the loop's own bookkeeping stays out of the multiplications.
-inline void mulAddRun(Accumulator &acc, const uint64_t *a, const uint64_t *b, unsigned count) {
-    const uint64_t *end = a + count;
+inline void mulAddRun(Accumulator &acc, const Limb *a, const Limb *b, unsigned count) {
+    const Limb *end = a + count;
     for (; a + 4 <= end; a += 4, b -= 4) {
         acc.mulAdd(a[0], b[0]);
         acc.mulAdd(a[1], b[-1]);
@@ -101,7 +119,7 @@ inline void mulAddRun(Accumulator &acc, const uint64_t *a, const uint64_t *b, un
 
 // Subtracts n once if u (s limbs plus an overflow word) is not below n.
 template <unsigned kLimbs>
-void finalSubtract(uint64_t *out, const uint64_t *u, uint64_t overflow, const Modulus &m) {
+void finalSubtract(Limb *out, const Limb *u, Limb overflow, const Modulus &m) {
     const unsigned s = limbsOf<kLimbs>(m);
     bool subtract = overflow != 0;
     if (!subtract) {
@@ -114,14 +132,14 @@ void finalSubtract(uint64_t *out, const uint64_t *u, uint64_t overflow, const Mo
         }
     }
     if (subtract) {
-        uint64_t borrow = 0;
+        Limb borrow = 0;
         for (unsigned i = 0; i < s; ++i) {
-            u128 t = u128{u[i]} - m.n[i] - borrow;
-            out[i] = static_cast<uint64_t>(t);
-            borrow = static_cast<uint64_t>(t >> 64) & 1;
+            Wide t = Wide{u[i]} - m.n[i] - borrow;
+            out[i] = static_cast<Limb>(t);
+            borrow = static_cast<Limb>(t >> kLimbBits) & 1;
         }
     } else {
-        std::memcpy(out, u, s * sizeof(uint64_t));
+        std::memcpy(out, u, s * sizeof(Limb));
     }
 }
 
@@ -129,10 +147,10 @@ void finalSubtract(uint64_t *out, const uint64_t *u, uint64_t overflow, const Mo
 // found as the low columns complete). With kSquare, y is x and each cross product is
 // computed once and doubled.
 template <unsigned kLimbs, bool kSquare>
-void montProduct(uint64_t *out, const uint64_t *x, const uint64_t *y, const Modulus &m) {
+void montProduct(Limb *out, const Limb *x, const Limb *y, const Modulus &m) {
     const unsigned s = limbsOf<kLimbs>(m);
-    const uint64_t *n = m.n;
-    uint64_t q[kMaxLimbs], u[kMaxLimbs];
+    const Limb *n = m.n;
+    Limb q[kMaxLimbs], u[kMaxLimbs];
     Accumulator acc;
 
     // Adds the products x[j] * y[col - j] for j in [from, to] to acc.
@@ -145,8 +163,8 @@ void montProduct(uint64_t *out, const uint64_t *x, const uint64_t *y, const Modu
         const unsigned end = (col + 1) / 2;  // first j with j >= col - j
         Accumulator cross;
         if (end > from) mulAddRun(cross, x + from, x + (col - from), end - from);
-        acc.add(u128{cross.mid << 1 | cross.lo >> 63} << 64 | cross.lo << 1);
-        acc.hi += cross.hi << 1 | cross.mid >> 63;
+        acc.add(Wide{cross.mid << 1 | cross.lo >> (kLimbBits - 1)} << kLimbBits | cross.lo << 1);
+        acc.hi += cross.hi << 1 | cross.mid >> (kLimbBits - 1);
         if (col % 2 == 0) acc.mulAdd(x[col / 2], x[col / 2]);
     };
 
@@ -170,10 +188,10 @@ void montProduct(uint64_t *out, const uint64_t *x, const uint64_t *y, const Modu
 // out <- x * R^-1 mod n: the reduction alone, which takes a number out of Montgomery form at
 // half the cost of a product with 1.
 template <unsigned kLimbs>
-void montReduce(uint64_t *out, const uint64_t *x, const Modulus &m) {
+void montReduce(Limb *out, const Limb *x, const Modulus &m) {
     const unsigned s = limbsOf<kLimbs>(m);
-    const uint64_t *n = m.n;
-    uint64_t q[kMaxLimbs], u[kMaxLimbs];
+    const Limb *n = m.n;
+    Limb q[kMaxLimbs], u[kMaxLimbs];
     Accumulator acc;
     for (unsigned col = 0; col < s; ++col) {
         acc.add(x[col]);
@@ -192,97 +210,99 @@ void montReduce(uint64_t *out, const uint64_t *x, const Modulus &m) {
 }
 
 template <unsigned kLimbs>
-void montMul(uint64_t *out, const uint64_t *x, const uint64_t *y, const Modulus &m) {
+void montMul(Limb *out, const Limb *x, const Limb *y, const Modulus &m) {
     montProduct<kLimbs, false>(out, x, y, m);
 }
 
 template <unsigned kLimbs>
-void montSqr(uint64_t *out, const uint64_t *x, const Modulus &m) {
+void montSqr(Limb *out, const Limb *x, const Modulus &m) {
     montProduct<kLimbs, true>(out, x, x, m);
 }
 
 void setUp(Modulus &m, const NN_DIGIT *d, unsigned digits) {
-    m.limbs = (digits + 1) / 2;
+    m.limbs = (digits + kDigitsPerLimb - 1) / kDigitsPerLimb;
     toLimbs(m.n, m.limbs, d, digits);
     // Newton's iteration doubles the correct low bits of the inverse each step; an odd n0
     // is its own inverse modulo 8, so five steps reach 96 bits.
-    uint64_t inv = m.n[0];
+    Limb inv = m.n[0];
     for (int i = 0; i < 5; ++i) inv *= 2 - m.n[0] * inv;
     m.n0inv = 0 - inv;
 }
 
 // q, r <- (hi:lo) div and mod d, for a normalised d (top bit set). The quotient may need
-// more than 64 bits only when hi >= d; the processor's divide takes every other case in one
+// more than one limb only when hi >= d; the processor's divide takes every other case in one
 // instruction, where the compiler would call a 128-bit division twice.
-inline void divideWide(uint64_t hi, uint64_t lo, uint64_t d, u128 &q, u128 &r) {
+inline void divideWide(Limb hi, Limb lo, Limb d, Wide &q, Wide &r) {
 #if defined(__x86_64__)
     if (hi < d) {
-        uint64_t quotient, remainder;
+        Limb quotient, remainder;
         __asm__("divq %[d]" : "=a"(quotient), "=d"(remainder) : [d] "rm"(d), "a"(lo), "d"(hi));
         q = quotient;
         r = remainder;
         return;
     }
 #endif
-    const u128 num = u128{hi} << 64 | lo;
+    const Wide num = Wide{hi} << kLimbBits | lo;
     q = num / d;
     r = num % d;
 }
 
-// out <- x * 2^shiftBits mod n (x below n, shiftBits at most 64 * limbs + 64), by Knuth's long
-// division on 64-bit limbs. With shiftBits = 64 * limbs it takes x into Montgomery form, at
+// out <- x * 2^shiftBits mod n (x below n, shiftBits at most one limb more than the modulus's),
+// by Knuth's long division on limbs. With shiftBits = kLimbBits * limbs it takes x into
+// Montgomery form, at
 // about half the cost of computing R^2 mod n and multiplying by it.
-void shiftedMod(uint64_t *out, const uint64_t *x, unsigned shiftBits, const Modulus &m) {
+void shiftedMod(Limb *out, const Limb *x, unsigned shiftBits, const Modulus &m) {
     const unsigned s = m.limbs;
-    const unsigned shift = static_cast<unsigned>(__builtin_clzll(m.n[s - 1]));
-    uint64_t dn[kMaxLimbs];
+    const unsigned shift = leadingZeros(m.n[s - 1]);
+    Limb dn[kMaxLimbs];
     for (unsigned i = s; i-- > 0;) {
         dn[i] = m.n[i] << shift;
-        if (shift && i > 0) dn[i] |= m.n[i - 1] >> (64 - shift);
+        if (shift && i > 0) dn[i] |= m.n[i - 1] >> (kLimbBits - shift);
     }
     // The dividend x * 2^shiftBits, normalised like the divisor: at most 2s + 2 limbs.
-    uint64_t un[2 * kMaxLimbs + 3] = {};
-    const unsigned limbShift = (shiftBits + shift) / 64, bitShift = (shiftBits + shift) % 64;
+    Limb un[2 * kMaxLimbs + 3] = {};
+    const unsigned limbShift = (shiftBits + shift) / kLimbBits,
+                   bitShift = (shiftBits + shift) % kLimbBits;
     for (unsigned i = 0; i < s; ++i) {
         un[limbShift + i] |= x[i] << bitShift;
-        if (bitShift) un[limbShift + i + 1] |= x[i] >> (64 - bitShift);
+        if (bitShift) un[limbShift + i + 1] |= x[i] >> (kLimbBits - bitShift);
     }
-    const uint64_t top = dn[s - 1];
-    const uint64_t next = s >= 2 ? dn[s - 2] : 0;
+    const Limb top = dn[s - 1];
+    const Limb next = s >= 2 ? dn[s - 2] : 0;
     for (int j = static_cast<int>(s) + 1; j >= 0; --j) {
-        u128 qhat, rhat;
+        Wide qhat, rhat;
         divideWide(un[j + s], un[j + s - 1], top, qhat, rhat);
-        const uint64_t below = s >= 2 ? un[j + s - 2] : 0;
-        while (qhat >> 64 || (s >= 2 && qhat * next > (rhat << 64 | below))) {
+        const Limb below = s >= 2 ? un[j + s - 2] : 0;
+        while (qhat >> kLimbBits || (s >= 2 && qhat * next > (rhat << kLimbBits | below))) {
             --qhat;
             rhat += top;
-            if (rhat >> 64) break;
+            if (rhat >> kLimbBits) break;
         }
-        const uint64_t q = static_cast<uint64_t>(qhat);
-        uint64_t carry = 0, borrow = 0;
+        const Limb q = static_cast<Limb>(qhat);
+        Limb carry = 0, borrow = 0;
         for (unsigned i = 0; i < s; ++i) {
-            u128 p = u128{q} * dn[i] + carry;
-            carry = static_cast<uint64_t>(p >> 64);
-            u128 diff = u128{un[i + j]} - static_cast<uint64_t>(p) - borrow;
-            un[i + j] = static_cast<uint64_t>(diff);
-            borrow = static_cast<uint64_t>(diff >> 64) & 1;
+            Wide p = Wide{q} * dn[i] + carry;
+            carry = static_cast<Limb>(p >> kLimbBits);
+            Wide diff = Wide{un[i + j]} - static_cast<Limb>(p) - borrow;
+            un[i + j] = static_cast<Limb>(diff);
+            borrow = static_cast<Limb>(diff >> kLimbBits) & 1;
         }
-        u128 diff = u128{un[j + s]} - carry - borrow;
-        un[j + s] = static_cast<uint64_t>(diff);
-        if ((diff >> 64) != 0) {  // q was one too large: add the divisor back
-            uint64_t c = 0;
+        Wide diff = Wide{un[j + s]} - carry - borrow;
+        un[j + s] = static_cast<Limb>(diff);
+        if ((diff >> kLimbBits) != 0) {  // q was one too large: add the divisor back
+            Limb c = 0;
             for (unsigned i = 0; i < s; ++i) {
-                u128 sum = u128{un[i + j]} + dn[i] + c;
-                un[i + j] = static_cast<uint64_t>(sum);
-                c = static_cast<uint64_t>(sum >> 64);
+                Wide sum = Wide{un[i + j]} + dn[i] + c;
+                un[i + j] = static_cast<Limb>(sum);
+                c = static_cast<Limb>(sum >> kLimbBits);
             }
             un[j + s] += c;
         }
     }
     for (unsigned i = 0; i < s; ++i) {
         out[i] = un[i] >> shift;
-        if (shift && i + 1 < s) out[i] |= un[i + 1] << (64 - shift);
-        if (shift && i + 1 == s) out[i] |= un[s] << (64 - shift);
+        if (shift && i + 1 < s) out[i] |= un[i + 1] << (kLimbBits - shift);
+        if (shift && i + 1 == s) out[i] |= un[s] << (kLimbBits - shift);
     }
     std::memset(un, 0, sizeof un);
 }
@@ -299,11 +319,11 @@ bool bitOf(const NN_DIGIT *c, unsigned k) {
     return (c[k / 32] >> (k % 32)) & 1;
 }
 
-// The 64-bit limb arithmetic, for the exponentiation below.
+// The limb arithmetic, for the exponentiation below.
 template <unsigned kLimbs>
 struct LimbArithmetic {
     struct Number {
-        uint64_t w[kMaxLimbs];
+        Limb w[kMaxLimbs];
     };
     const Modulus &m;
     unsigned limbs() const { return m.limbs; }
@@ -354,11 +374,10 @@ void exponentiate(const Arithmetic &ar, typename Arithmetic::Number &acc,
 
 // x in Montgomery form, raised to c, and brought back: result <- x^c mod n (x below n).
 template <unsigned kLimbs>
-void modExp(uint64_t *result, const uint64_t *x, const NN_DIGIT *c, unsigned bits,
-            const Modulus &m) {
+void modExp(Limb *result, const Limb *x, const NN_DIGIT *c, unsigned bits, const Modulus &m) {
     using Number = typename LimbArithmetic<kLimbs>::Number;
     Number base, acc;
-    shiftedMod(base.w, x, 64 * m.limbs, m);
+    shiftedMod(base.w, x, kLimbBits * m.limbs, m);
     exponentiate(LimbArithmetic<kLimbs>{m}, acc, base, c, bits);
     montReduce<kLimbs>(result, acc.w, m);
     std::memset(&base, 0, sizeof base);
@@ -401,11 +420,11 @@ void to52(uint64_t *out, const uint64_t *in, unsigned limbs) {
 }
 
 void from52(uint64_t *out, unsigned limbs, const uint64_t *in) {
-    u128 buffer = 0;
+    Wide buffer = 0;
     unsigned held = 0, next = 0;
     for (unsigned i = 0; i < limbs; ++i) {
         while (held < 64 && next < kLimbs52) {
-            buffer |= u128{in[next++]} << held;
+            buffer |= Wide{in[next++]} << held;
             held += 52;
         }
         out[i] = static_cast<uint64_t>(buffer);
@@ -501,7 +520,7 @@ void modExp(uint64_t *result, const uint64_t *x, const NN_DIGIT *c, unsigned bit
 
 // a (dDigits) <- b^c mod d, with WIDE choosing the vector path where it applies.
 void modExpOdd(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigned cDigits,
-               const NN_DIGIT *d, unsigned dDigits, bool wide) {
+               const NN_DIGIT *d, unsigned dDigits, [[maybe_unused]] bool wide) {
     const unsigned nDigits = NN_Digits(d, dDigits);
     const unsigned bits = NN_Bits(c, cDigits);
     if (bits == 0) {
@@ -513,7 +532,7 @@ void modExpOdd(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigned cDigi
 
     Modulus m;
     setUp(m, d, nDigits);
-    uint64_t x[kMaxLimbs], result[kMaxLimbs];
+    Limb x[kMaxLimbs], result[kMaxLimbs];
     if (NN_Cmp(b, d, dDigits) >= 0) {
         NN_DIGIT reduced[NN_MAX_DIGITS];
         NN_Mod(reduced, b, dDigits, d, nDigits);
@@ -523,21 +542,21 @@ void modExpOdd(NN_DIGIT *a, const NN_DIGIT *b, const NN_DIGIT *c, unsigned cDigi
         toLimbs(x, m.limbs, b, nDigits);
     }
 
-    switch (m.limbs) {
-        case 8:
-            modExp<8>(result, x, c, bits, m);
-            break;  // 512-bit moduli
-        case 16:
-            modExp<16>(result, x, c, bits, m);
-            break;  // 1024
-        case 32:    // 2048
+    switch (m.limbs * kLimbBits) {
+        case 512:
+            modExp<512 / kLimbBits>(result, x, c, bits, m);
+            break;
+        case 1024:
+            modExp<1024 / kLimbBits>(result, x, c, bits, m);
+            break;
+        case 2048:
 #if defined(__x86_64__)
             if (wide && wide::available()) {
                 wide::modExp(result, x, c, bits, m);
                 break;
             }
 #endif
-            modExp<32>(result, x, c, bits, m);
+            modExp<2048 / kLimbBits>(result, x, c, bits, m);
             break;
         default:
             modExp<0>(result, x, c, bits, m);

@@ -4,6 +4,7 @@
 #include "SqlInternal.h"
 #include "pos_sdk/log.h"
 #include "pos_sdk/sql.h"
+#include "support/RecordLayout.h"
 
 #include <sqlite3.h>
 #include <stdarg.h>
@@ -35,11 +36,14 @@ static_assert(offsetof(DbHandle, szTableName) == 0, "the name must lead the hand
 static_assert(offsetof(DbHandle, nMaxLenOfRec) == 68, "handle layout");
 static_assert(offsetof(DbHandle, nLastError) == 72, "handle layout");
 
-#if defined(__LP64__)
-static_assert(sizeof(_SearchingHelper) == 24, "search helper layout");
-static_assert(offsetof(_SearchingHelper, nKeyLen) == 8, "search helper layout");
-static_assert(offsetof(_SearchingHelper, pfnMatch) == 16, "search helper layout");
-#endif
+// The application's search helper: key pointer, 32-bit length, a reserved word, the match
+// function (24 bytes with the function at 16 on 64-bit targets, 16 and 12 on 32-bit ones).
+constexpr auto kHelper = pos::layout::layOut(
+    {pos::layout::kPointer, pos::layout::kInt32, pos::layout::kInt32, pos::layout::kPointer});
+static_assert(offsetof(_SearchingHelper, nKeyLen) == kHelper.offset[1], "search helper layout");
+static_assert(offsetof(_SearchingHelper, nReserved) == kHelper.offset[2], "search helper layout");
+static_assert(offsetof(_SearchingHelper, pfnMatch) == kHelper.offset[3], "search helper layout");
+static_assert(sizeof(_SearchingHelper) == kHelper.size, "search helper layout");
 
 bool g_initialised = false;  // cDbInitFlag
 int g_openCount = 0;

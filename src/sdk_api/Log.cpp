@@ -168,13 +168,14 @@ POS_API void dumpBytes(const char *title, const unsigned char *data, int len) {
     logAt(LOG_LEVEL_DEBUG, "%s len%d:\n", title ? title : "", len);
     if (data == nullptr || len < 0) return;  // nothing to dump; never read through null
 
-    // Round up to whole rows in a long, so len + 15 cannot overflow.
-    long rounded = (static_cast<long>(len) + 15) / 16 * 16;
+    // Round up to whole rows in 64 bits, so len + 15 cannot overflow (a long is 32 bits on
+    // 32-bit terminals).
+    long long rounded = (static_cast<long long>(len) + 15) / 16 * 16;
     char line[200] = {0};
     char column[101] = {0};
-    for (long i = 0; i < rounded; ++i) {
+    for (long long i = 0; i < rounded; ++i) {
         size_t used = strlen(line);
-        if (i % 16 == 0) snprintf(line + used, sizeof line - used, "%04ld:", i);
+        if (i % 16 == 0) snprintf(line + used, sizeof line - used, "%04lld:", i);
         used = strlen(line);
         size_t columnUsed = strlen(column);
         if (i < len) {

@@ -170,7 +170,8 @@ POS_API int OsWlLogin(const char *apn, const char *user, const char *password, i
     int autoConnect = 0;
     if (OsWlGetAutoConnectStatus(&autoConnect) != 0) autoConnect = 0;
     OsLog(kLogLevel, "OsWlGetAutoConnectStatus status %d", autoConnect);
-    OsLog(kLogLevel, "login start time=%ld", static_cast<long>(get_sys_tick()));
+    // The tick is 64-bit: a 32-bit long would log it truncated.
+    OsLog(kLogLevel, "login start time=%lld", static_cast<long long>(get_sys_tick()));
 
     // Rounds n = 0, 1, ... while the time-out exceeds 500 * n, in 64 bits for large time-outs.
     if (autoConnect) {
@@ -190,7 +191,7 @@ POS_API int OsWlLogin(const char *apn, const char *user, const char *password, i
     OsLog(kLogLevel, "INetWirelessConnect ret %d", result);
     if (result != 0) return OS_ERR_LOGIN_FAILED;
     OsLog(kLogLevel, "INetWirelessConnect...");
-    OsLog(kLogLevel, "login start2 time=%ld", static_cast<long>(get_sys_tick()));
+    OsLog(kLogLevel, "login start2 time=%lld", static_cast<long long>(get_sys_tick()));
 
     char address[kReplyText] = {0};
     for (long long n = 0; timeoutMs > kLoginRoundMs * n; ++n) {

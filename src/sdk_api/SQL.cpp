@@ -3,6 +3,7 @@
 
 #include "SqlInternal.h"
 #include "pos_sdk/log.h"
+#include "support/RecordLayout.h"
 
 #include <errno.h>
 #include <semaphore.h>
@@ -12,6 +13,15 @@
 #include <unistd.h>
 
 namespace {
+
+// The select record applications hand back to SQL_GetStringData: the table pointer, then the
+// row and column counts.
+constexpr auto kSelectRecord =
+    pos::layout::layOut({pos::layout::kPointer, pos::layout::kInt32, pos::layout::kInt32});
+static_assert(offsetof(SQL_SELECT_RECORD, nRowCount) == kSelectRecord.offset[1], "select record");
+static_assert(offsetof(SQL_SELECT_RECORD, nColumnCount) == kSelectRecord.offset[2],
+              "select record");
+static_assert(sizeof(SQL_SELECT_RECORD) == kSelectRecord.size, "select record");
 
 constexpr int kOpenAttempts = 5;
 constexpr useconds_t kOpenRetryPauseUs = 200000;

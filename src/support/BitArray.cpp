@@ -1,10 +1,17 @@
 // bitarray_t: a bit array that knows its size, so every access is range-checked.
 #include "pos_sdk/util.h"
 
+#include "support/RecordLayout.h"
+
 #include <cstdlib>
 #include <cstring>
 
 namespace {
+
+// The caller's record: the bit count, then the words (padding before them on 64-bit targets).
+constexpr auto kBitArrayRecord = pos::layout::layOut({pos::layout::kInt32, pos::layout::kPointer});
+static_assert(offsetof(bitarray_t, words) == kBitArrayRecord.offset[1], "bit array record");
+static_assert(sizeof(bitarray_t) == kBitArrayRecord.size, "bit array record");
 
 constexpr unsigned int kBitsPerWord = 32;
 

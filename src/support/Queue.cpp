@@ -1,10 +1,20 @@
 // queue_t: a fixed-capacity first-in, first-out queue of ints in a ring of slots.
 #include "pos_sdk/util.h"
 
+#include "support/RecordLayout.h"
+
 #include <cstdio>
 #include <cstdlib>
 
 namespace {
+
+// The caller's record: the slots pointer, then three 32-bit counters.
+constexpr auto kQueueRecord = pos::layout::layOut(
+    {pos::layout::kPointer, pos::layout::kInt32, pos::layout::kInt32, pos::layout::kInt32});
+static_assert(offsetof(queue_t, capacity) == kQueueRecord.offset[1], "queue record");
+static_assert(offsetof(queue_t, head) == kQueueRecord.offset[2], "queue record");
+static_assert(offsetof(queue_t, count) == kQueueRecord.offset[3], "queue record");
+static_assert(sizeof(queue_t) == kQueueRecord.size, "queue record");
 
 bool usable(const queue_t *q) {
     return q != nullptr && q->items != nullptr && q->capacity > 0;

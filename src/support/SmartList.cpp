@@ -1,6 +1,8 @@
 // smartlist_t, the library's growable pointer list.
 #include "pos_sdk/smartlist.h"
 
+#include "support/RecordLayout.h"
+
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
@@ -8,6 +10,13 @@
 #include <strings.h>
 
 namespace {
+
+// Applications read the list's slots and count straight from the record.
+constexpr auto kListRecord =
+    pos::layout::layOut({pos::layout::kPointer, pos::layout::kInt32, pos::layout::kInt32});
+static_assert(offsetof(smartlist_t, num_used) == kListRecord.offset[1], "list record");
+static_assert(offsetof(smartlist_t, capacity) == kListRecord.offset[2], "list record");
+static_assert(sizeof(smartlist_t) == kListRecord.size, "list record");
 
 constexpr int kInitialCapacity = 16;
 

@@ -5,6 +5,7 @@
 
 #include <pos_sdk/log.h>
 #include <pos_sdk/network.h>
+#include <pos_sdk/os_time.h>
 
 #include <chrono>
 #include <cstring>
@@ -42,8 +43,18 @@ TEST_F(Cellular, LoginBringsUpTheAddressAfterTheServicesDelay) {
     ASSERT_EQ(OsWlInit(nullptr), 0);
     EXPECT_EQ(OsWlCheck(), 0);
     testing::internal::CaptureStderr();
+    const long long before = get_sys_tick();
     EXPECT_EQ(OsWlLogin("cmnet", nullptr, "secret", 1, 5000), 0);
+    const long long after = get_sys_tick();
     std::string log = testing::internal::GetCapturedStderr();
+    // Both start times are whole ticks of the login's span, on 32-bit targets too.
+    for (const char *mark : {"login start time=", "login start2 time="}) {
+        size_t at = log.find(mark);
+        ASSERT_NE(at, std::string::npos) << log;
+        long long logged = std::stoll(log.substr(at + strlen(mark)));
+        EXPECT_GE(logged, before) << mark;
+        EXPECT_LE(logged, after) << mark;
+    }
     EXPECT_EQ(countOf(log, "INetWirelessConnect ret 0"), 1) << log;
     EXPECT_GE(countOf(log, "INetGetNetworkIP [-1] []"), 1) << log;  // still connecting
     EXPECT_EQ(countOf(log, "INetGetNetworkIP [0] [10.1.2.3]"), 1) << log;
