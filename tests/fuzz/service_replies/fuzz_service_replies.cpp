@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "FuzzCheck.h"
+#include "ReplyingBinder.h"
 #include "HubOps.h"
 #include "service/ProxyCall.h"
 
@@ -19,23 +20,6 @@ using namespace android;
 
 namespace {
 
-// Stands for a service in another process that gives the same reply to every request.
-class ReplyingBinder : public IBinder {
-  public:
-    ReplyingBinder(const uint8_t *data, size_t size) : mReply(data, data + size) {}
-
-    const String16 &getInterfaceDescriptor() const override { return mDescriptor; }
-    bool isBinderAlive() const override { return true; }
-    status_t pingBinder() override { return NO_ERROR; }
-    status_t transact(uint32_t, const Parcel &, Parcel *reply, uint32_t) override {
-        reply->setData(mReply.data(), mReply.size());
-        return NO_ERROR;
-    }
-
-  private:
-    std::vector<uint8_t> mReply;
-    String16 mDescriptor;
-};
 
 // The reply's words as a service writes them: the exception code, then the fields.
 struct ReplyWords {

@@ -11,27 +11,12 @@
 #include <vector>
 
 #include "FuzzCheck.h"
+#include "ReplyingBinder.h"
 
 using namespace android;
 
 namespace {
 
-// A Wi-Fi service whose every reply is the fuzz bytes.
-class ReplyingBinder : public IBinder {
-  public:
-    ReplyingBinder(const uint8_t *data, size_t size) : mReply(data, data + size) {}
-    const String16 &getInterfaceDescriptor() const override { return mDescriptor; }
-    bool isBinderAlive() const override { return true; }
-    status_t pingBinder() override { return NO_ERROR; }
-    status_t transact(uint32_t, const Parcel &, Parcel *reply, uint32_t) override {
-        reply->setData(mReply.data(), mReply.size());
-        return NO_ERROR;
-    }
-
-  private:
-    std::vector<uint8_t> mReply;
-    String16 mDescriptor;
-};
 
 int32_t wordAt(const uint8_t *data, size_t size, size_t at) {
     if (at + 4 > size) return 0;
