@@ -82,7 +82,8 @@ scenario["printer"] = {"paper_out": True}
 json.dump(scenario, open(sys.argv[2], "w"))' "$src/scripted.json" "$paperless/scenario.json"
 status=0
 "$prefix/bin/pos-sim" run --keep "$prefix" --scenario "$paperless/scenario.json" \
-    --out "$paperless" -- /bin/sh -c "'$sale' --amount 900; echo status \$?; '$sale' --list" \
+    --out "$paperless" -- /bin/sh -c "POS_PANELUI_INPUT='$src/input.txt' \
+        POS_PANELUI_OUT='$paperless' '$sale'; echo status \$?; '$sale' --list" \
     > "$paperless/sale.txt" 2> "$paperless/log.txt" || status=$?
 [ "$status" -eq 0 ] || fail "pos-sim without paper ended with $status: $(tail -5 "$paperless/log.txt")"
 grep -qx "status 0" "$paperless/sale.txt" || fail "the sale without paper was not approved"
@@ -90,7 +91,18 @@ grep -qx "receipt not printed: the printer is out of paper" "$paperless/sale.txt
     fail "the sale did not say the receipt was not printed: $(cat "$paperless/sale.txt")"
 grep -q "not printed: the printer is out of paper" "$paperless/log.txt" ||
     fail "the log does not say the receipt was not printed"
-grep -q "|9.00|chip|476173\*\*\*\*\*\*0010|" "$paperless/sale.txt" ||
+grep -q "|12.50|chip|476173\*\*\*\*\*\*0010|" "$paperless/sale.txt" ||
     fail "the sale without paper was not stored"
 [ -z "$(find "$paperless" -name 'receipt-*.png')" ] || fail "a receipt came out without paper"
+# Its APPROVED screen is the printed sale's with the reason above "PRESS ANY KEY": the two differ
+# only in text lines 3 and 4 (213 rows each, under a 40-row bar), the amount and card unchanged.
+rows=$(/usr/bin/python3 -c 'import sys
+sys.path.insert(0, sys.argv[1])
+from png_pixels import decode
+printed, paperless = decode(sys.argv[2])[3], decode(sys.argv[3])[3]
+rows = [y for y, (a, b) in enumerate(zip(printed, paperless)) if a != b]
+print(f"{rows[0]}-{rows[-1]}" if rows else "none")' "$(dirname "$0")" "$out/result.png" "$paperless/result.png")
+[[ $rows =~ ^([0-9]+)-([0-9]+)$ ]] && [ "${BASH_REMATCH[1]}" -ge 679 ] &&
+    [ "${BASH_REMATCH[2]}" -lt 1105 ] ||
+    fail "the screen does not say the receipt was not printed (rows $rows differ)"
 echo "sale approved, stored, spoken, receipt printed; cancelled sale declined; no paper, no receipt"
