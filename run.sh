@@ -286,7 +286,7 @@ demo)
         { echo "demo: the self-test failed (see $out/selftest.txt)" >&2; exit 1; }
     # The example sale, built against the installed SDK, run once with a chip card in the slot,
     # a scripted PIN and its input script typing the amount; its output, screenshots (amount
-    # entry, card prompt, result), speech (and receipt, with a printer) in demo-out/sale/.
+    # entry, card prompt, result), speech and printed receipt in demo-out/sale/.
     "$ROOT/examples/sale/build.sh" "$ROOT/build" "$ROOT/build/sdk"
     mkdir -p "$out/sale"
     POS_PANELUI_INPUT="$ROOT/examples/sale/input.txt" POS_PANELUI_OUT="$out/sale" \
@@ -294,6 +294,9 @@ demo)
         --out "$out/sale" -- "$ROOT/build/sdk/sale-build/sale" \
         2>"$out/sale/log.txt" | tee "$out/sale/sale.txt" ||
         { echo "demo: the sale failed (see $out/sale/)" >&2; exit 1; }
+    # The sale's receipt beside its screenshots.
+    mv "$out/sale/receipts/"receipt-*.png "$out/sale/" && rmdir "$out/sale/receipts" ||
+        { echo "demo: the sale printed no receipt (see $out/sale/log.txt)" >&2; exit 1; }
     echo "drive the sale yourself on the terminal's page (open the address it prints):"
     echo "  build/sdk/bin/pos-sim run --web 8080 --scenario examples/sale/page.json -- build/sdk/sale-build/sale"
     echo "demo artefacts in $out"

@@ -1,7 +1,8 @@
 // A card sale from end to end on the SDK: the amount typed on the screen, a card from any
 // reader (chip, stripe or contactless), the customer's PIN under the terminal's DUKPT key, the
-// transaction stored in the record database, a receipt, "approved" on the screen and spoken,
-// and the sales so far listed.
+// transaction stored in the record database, the receipt printed (and on the output), "approved"
+// on the screen and spoken, and the sales so far listed. A receipt the printer cannot print is
+// reported on the screen and in the log; the sale, already stored, is still approved.
 //
 //   sale [--amount CENTS] [--wait SECONDS] [--db DIR]     one sale (the amount typed on the
 //                                                         screen unless --amount gives it)
@@ -15,11 +16,13 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -82,15 +85,16 @@ std::string amountText(long cents) {
     return text;
 }
 
-// A whole screen: a title bar and up to three lines below it. Text lines wait for the next
+// A whole screen: a title bar and up to four lines below it. Text lines wait for the next
 // refresh; the rule under the title, a drawing that refreshes, brings them up together.
 void showScreen(const char *title, const std::string &line2, const std::string &line3 = "",
-                const std::string &line4 = "") {
+                const std::string &line4 = "", const std::string &line5 = "") {
     Disp_vClearPort();
     Disp_vShowStr(0, 1, 0, "%s", title);  // style 1: white on blue
     Disp_vShowStr(1, 0, 0, "%s", line2.c_str());
     Disp_vShowStr(2, 0, 0, "%s", line3.c_str());
     Disp_vShowStr(3, 0, 0, "%s", line4.c_str());
+    if (!line5.empty()) Disp_vShowStr(4, 0, 0, "%s", line5.c_str());
     Disp_vDrawLineAt(0, 213, 800, 213, 4, 0);
 }
 
@@ -276,12 +280,133 @@ bool store(void *table, const std::string &line, int number) {
     return DB_nAppendRecByKey(table, key, record, kRecordSize) == kRecordSize;
 }
 
-// The receipt. This build of the SDK has no printer functions: it goes to the output.
-void printReceipt(const std::string &date, long amount, const Card &card, int number) {
-    OsLog(LOG_LEVEL_INFO, "no printer on this build: the receipt goes to the output\n");
+// The receipt on paper: 1-bit rows across the whole roll, the leftmost dot in the high bit.
+const int kPaperDots = 384;
+const int kPaperRowBytes = kPaperDots / 8;
+const int kLineGap = 8;    // blank dots under each line of text
+const int kFeedDots = 64;  // blank paper after the receipt, so it clears the tear bar
+
+// One of the SDK's built-in fonts: 256 glyphs indexed by the byte, rows top to bottom.
+struct Font {
+    const unsigned char *glyphs;
+    int width;
+    int height;
+};
+const Font kLarge = {FontSystem16x24, 16, 24};
+const Font kSmall = {FontSystem8x16, 8, 16};
+
+struct PaperLine {
+    std::string text;
+    const Font *font;
+    bool centred;
+};
+
+struct Paper {
+    int height;
+    std::vector<unsigned char> dots;  // kPaperRowBytes a row
+
+    explicit Paper(int rows) : height(rows), dots(size_t(rows) * kPaperRowBytes, 0) {}
+    void ink(int x, int y) {
+        if (x < 0 || x >= kPaperDots || y < 0 || y >= height) return;
+        dots[size_t(y) * kPaperRowBytes + x / 8] |= static_cast<unsigned char>(0x80 >> (x % 8));
+    }
+};
+
+std::vector<PaperLine> receiptLines(const std::string &date, long amount, const Card &card,
+                                    int number) {
+    char sale[24];
+    snprintf(sale, sizeof sale, "SALE %06d", number);
+    return {{sale, &kLarge, false},
+            {date, &kLarge, false},
+            {card.method + " " + maskedPan(card.pan), &kLarge, false},
+            {"AMOUNT  $ " + amountText(amount), &kLarge, false},
+            {"APPROVED", &kLarge, true},
+            {"THANK YOU - KEEP THIS RECEIPT", &kSmall, true}};
+}
+
+// LINE's glyphs with their top at row TOP; text wider than the paper is cut at its edge.
+void drawLine(Paper &paper, int top, const PaperLine &line) {
+    const Font &font = *line.font;
+    int rowBytes = (font.width + 7) / 8;
+    int glyphBytes = rowBytes * font.height;
+    size_t count = std::min(line.text.size(), size_t(kPaperDots / font.width));
+    int left = line.centred ? (kPaperDots - int(count) * font.width) / 2 : 0;
+    for (size_t i = 0; i < count; ++i) {
+        const unsigned char *glyph =
+            font.glyphs + size_t(static_cast<unsigned char>(line.text[i])) * glyphBytes;
+        for (int y = 0; y < font.height; ++y) {
+            for (int x = 0; x < font.width; ++x) {
+                if (glyph[y * rowBytes + x / 8] & (0x80 >> (x % 8)))
+                    paper.ink(left + int(i) * font.width + x, top + y);
+            }
+        }
+    }
+}
+
+Paper renderReceipt(const std::vector<PaperLine> &lines) {
+    int height = 0;
+    for (const PaperLine &line : lines) height += line.font->height + kLineGap;
+    Paper paper(height);
+    int top = 0;
+    for (const PaperLine &line : lines) {
+        drawLine(paper, top, line);
+        top += line.font->height + kLineGap;
+    }
+    return paper;
+}
+
+// The printer's bitmap text: two hexadecimal digits a byte, row after row.
+std::string hexText(const Paper &paper) {
+    static const char kDigits[] = "0123456789ABCDEF";
+    std::string text;
+    text.reserve(paper.dots.size() * 2);
+    for (unsigned char byte : paper.dots) {
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 15];
+    }
+    return text;
+}
+
+// What a printer status means to the person at the terminal.
+std::string printerProblem(int status) {
+    switch (status) {
+        case -2:
+            return "the printer is not open";
+        case -3:
+            return "the printer is out of paper";
+        case -4:
+            return "the print head is too hot";
+        default:
+            return "the printer failed (" + std::to_string(status) + ")";
+    }
+}
+
+// PAPER printed, fed past the tear bar and cut; empty when it was, else what went wrong.
+// The printer is closed again whatever happened once it opened.
+std::string printPaper(const Paper &paper) {
+    int status = hub()->IThermalOpen(0);
+    if (status != 0) return "no printer (" + std::to_string(status) + ")";
+    status = hub()->IThermalStatus(0);
+    if (status == 0)
+        status = hub()->IThermalPrintBmp(hexText(paper).c_str(), 0, kPaperDots, paper.height, 0, 0);
+    if (status == 0) status = hub()->IThermalFeedPaper(kFeedDots, 1);
+    hub()->IThermalClose();
+    return status == 0 ? "" : printerProblem(status);
+}
+
+// The receipt on the output (scripts read it) and on the printer; empty when it was printed,
+// else why not. The sale is already stored: a receipt that cannot be printed loses nothing.
+std::string printReceipt(const std::string &date, long amount, const Card &card, int number) {
     printf("----- receipt -----\nSALE %06d  %s\n%s %s\nAMOUNT  %s\nAPPROVED\n-------------------\n",
            number, date.c_str(), card.method.c_str(), maskedPan(card.pan).c_str(),
            amountText(amount).c_str());
+    fflush(stdout);
+    std::string problem = printPaper(renderReceipt(receiptLines(date, amount, card, number)));
+    if (!problem.empty()) {
+        printf("receipt not printed: %s\n", problem.c_str());
+        OsLog(LOG_LEVEL_WARN, "receipt of sale %d not printed: %s\n", number, problem.c_str());
+    }
+    return problem;
 }
 
 void speak(const char *text) {
@@ -302,6 +427,17 @@ void listSales(void *table) {
         char record[kRecordSize + 1] = {};
         if (DB_nReadRec(table, i, kRecordSize, record) == kRecordSize) printf("  %s\n", record);
     }
+}
+
+// The sale approved on the screen, with the reason when its receipt could not be printed.
+void showApproved(long amount, const Card &card, const std::string &receiptProblem) {
+    std::string amountLine = "AMOUNT  $ " + amountText(amount);
+    std::string cardLine = card.method + " " + maskedPan(card.pan);
+    if (receiptProblem.empty())
+        showScreen("APPROVED", amountLine, cardLine, "PRESS ANY KEY");
+    else
+        showScreen("APPROVED", amountLine, cardLine, "NO RECEIPT: " + receiptProblem,
+                   "PRESS ANY KEY");
 }
 
 // The sale refused: the reason on the output and on the screen; exit status 1.
@@ -329,9 +465,7 @@ int sell(const Options &o, void *table) {
                        maskedPan(card.pan) + "|" + pin.substr(pin.find('|') + 1) + "|" +
                        pin.substr(0, pin.find('|'));
     if (!store(table, line, number)) return decline("the sale could not be stored");
-    printReceipt(date, amount, card, number);
-    showScreen("APPROVED", "AMOUNT  $ " + amountText(amount),
-               card.method + " " + maskedPan(card.pan), "PRESS ANY KEY");
+    showApproved(amount, card, printReceipt(date, amount, card, number));
     printf("approved\n");
     fflush(stdout);
     speak("approved");

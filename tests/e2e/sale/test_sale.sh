@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The sale application on a terminal with a chip card in the slot and scripted PINs: the first
 # sale, its amount typed on the screen by an input script that takes screenshots, is approved
-# (exit 0), stored with its DUKPT PIN block and spoken; the second, whose PIN entry is
-# cancelled, is declined (exit 1) and stores nothing.
+# (exit 0), stored with its DUKPT PIN block, spoken and its receipt printed; the second, whose PIN
+# entry is cancelled, is declined (exit 1) and stores nothing. A sale on a printer out of paper is
+# still approved and stored, and says its receipt was not printed.
 # Usage: test_sale.sh BUILD_DIR SALE_SOURCE_DIR
 set -euo pipefail
 build=$1
@@ -62,18 +63,46 @@ riff_size=$(od -An -tu4 -j4 -N4 "$wav" | tr -d ' ')
 [ $((riff_size + 8)) -eq "$(stat -c %s "$wav")" ] && [ "$riff_size" -gt 1000 ] ||
     fail "$wav is cut short or empty"
 
-# The receipt as the printer made it, decoded.
-receipt=$(find "$out" -name '*receipt*.png' | head -1)
-if [ -n "$receipt" ]; then
-    python3 -c "import sys,zlib,struct
-d=open(sys.argv[1],'rb').read(); assert d[:8]==b'\x89PNG\r\n\x1a\n'
-w,h=struct.unpack('>II',d[16:24]); assert w>0 and h>0
-i=8; idat=b''
-while i<len(d):
-    n,t=struct.unpack('>I4s',d[i:i+8]); idat+=d[i+8:i+8+n] if t==b'IDAT' else b''; i+=12+n
-zlib.decompress(idat)" "$receipt" || fail "$receipt does not decode"
-else
-    grep -q "^APPROVED$" "$out/first.txt" || fail "no receipt"
-    echo "sale test: no printer on this build, the receipt was checked as text"
-fi
-echo "sale approved, stored, spoken; cancelled sale declined"
+# The first sale's receipt as the printer made it: the whole paper wide, its lines in the SDK's
+# glyphs where the sale put them (APPROVED centred), the amount and card of this sale.
+receipts=$(find "$out/receipts" -name 'receipt-*.png' 2>/dev/null | sort)
+[ "$receipts" = "$out/receipts/receipt-0001.png" ] || fail "not one receipt printed: $receipts"
+text=$(/usr/bin/python3 "$(dirname "$0")/receipt_text.py" "$prefix/lib/libpos_sdk.so" "$receipts" \
+    "SALE 000001" "${date%% *}" "chip 476173******0010" 'AMOUNT  $ 12.50' APPROVED) ||
+    fail "the receipt lacks a line: $text"
+[ "$(head -1 <<<"$text")" = 384x248 ] || fail "receipt size: $(head -1 <<<"$text")"
+grep -qx "APPROVED: 128,[0-9]*" <<<"$text" || fail "APPROVED not centred: $text"
+
+# Out of paper: the sale is still stored and approved, and says the receipt was not printed.
+paperless=$out/paperless
+mkdir "$paperless"
+/usr/bin/python3 -c 'import json, sys
+scenario = json.load(open(sys.argv[1]))
+scenario["printer"] = {"paper_out": True}
+json.dump(scenario, open(sys.argv[2], "w"))' "$src/scripted.json" "$paperless/scenario.json"
+status=0
+"$prefix/bin/pos-sim" run --keep "$prefix" --scenario "$paperless/scenario.json" \
+    --out "$paperless" -- /bin/sh -c "POS_PANELUI_INPUT='$src/input.txt' \
+        POS_PANELUI_OUT='$paperless' '$sale'; echo status \$?; '$sale' --list" \
+    > "$paperless/sale.txt" 2> "$paperless/log.txt" || status=$?
+[ "$status" -eq 0 ] || fail "pos-sim without paper ended with $status: $(tail -5 "$paperless/log.txt")"
+grep -qx "status 0" "$paperless/sale.txt" || fail "the sale without paper was not approved"
+grep -qx "receipt not printed: the printer is out of paper" "$paperless/sale.txt" ||
+    fail "the sale did not say the receipt was not printed: $(cat "$paperless/sale.txt")"
+grep -q "not printed: the printer is out of paper" "$paperless/log.txt" ||
+    fail "the log does not say the receipt was not printed"
+grep -q "|12.50|chip|476173\*\*\*\*\*\*0010|" "$paperless/sale.txt" ||
+    fail "the sale without paper was not stored"
+[ -z "$(find "$paperless" -name 'receipt-*.png')" ] || fail "a receipt came out without paper"
+# Its APPROVED screen is the printed sale's with the reason above "PRESS ANY KEY": the two differ
+# only in text lines 3 and 4 (213 rows each, under a 40-row bar), the amount and card unchanged.
+rows=$(/usr/bin/python3 -c 'import sys
+sys.path.insert(0, sys.argv[1])
+from png_pixels import decode
+printed, paperless = decode(sys.argv[2])[3], decode(sys.argv[3])[3]
+rows = [y for y, (a, b) in enumerate(zip(printed, paperless)) if a != b]
+print(f"{rows[0]}-{rows[-1]}" if rows else "none")' "$(dirname "$0")" "$out/result.png" "$paperless/result.png")
+[[ $rows =~ ^([0-9]+)-([0-9]+)$ ]] && [ "${BASH_REMATCH[1]}" -ge 679 ] &&
+    [ "${BASH_REMATCH[2]}" -lt 1105 ] ||
+    fail "the screen does not say the receipt was not printed (rows $rows differ)"
+echo "sale approved, stored, spoken, receipt printed; cancelled sale declined; no paper, no receipt"
