@@ -158,9 +158,10 @@ void ModemLine::endCommand() {
     } else {
         text += "\r\n" + answer.final + "\r\n";
     }
-    send(text);
+    // Logged before the answer goes out: a client that has its answer finds the line.
     logLine(overlong ? command.substr(0, 64) + "... (too long)" : command,
             answer.prompt ? "> " : answer.final);
+    send(text);
 }
 
 void ModemLine::endData(bool sent) {
@@ -170,8 +171,8 @@ void ModemLine::endData(bool sent) {
     AtAnswer answer = answerAtData(data, sent);
     std::string text;
     for (const std::string &line : answer.lines) text += "\r\n" + line + "\r\n";
-    send(text + "\r\n" + answer.final + "\r\n");
     logLine(mPromptCommand + (sent ? " <data sent>" : " <data dropped>"), answer.final);
+    send(text + "\r\n" + answer.final + "\r\n");
 }
 
 void ModemLine::send(const std::string &text) {
