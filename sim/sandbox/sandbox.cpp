@@ -246,18 +246,30 @@ void enterRoot(const std::string &root) {
     rmdir("/.oldroot");
 }
 
-// The terminal's font files: generated beside pos-sim (fonts/), copied into the sandbox's own
-// "/customer/kivo/fonts" while the host's paths are still in view.
-void installTerminalFonts(const std::string &fontsDir) {
+const char *const kTerminalFonts[] = {"HZK12.fnt", "HZK16_24.fnt"};
+
+// The terminal's font files, generated beside pos-sim (fonts/), opened before the new root
+// covers the host's /tmp (a build tree may live there); -1 for a file that is not there.
+std::vector<int> openTerminalFonts() {
+    std::vector<int> fds;
     char self[PATH_MAX];
     ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
-    if (n <= 0) return;
-    std::string from(self, static_cast<size_t>(n));
-    from = from.substr(0, from.rfind('/')) + "/fonts";
-    for (const char *name : {"HZK12.fnt", "HZK16_24.fnt"}) {
-        std::ifstream in(from + "/" + name, std::ios::binary);
-        if (!in) continue;
-        std::ofstream(fontsDir + "/" + name, std::ios::binary) << in.rdbuf();
+    std::string from = n > 0 ? std::string(self, static_cast<size_t>(n)) : std::string();
+    from = from.substr(0, from.rfind('/') + 1) + "fonts/";
+    for (const char *name : kTerminalFonts)
+        fds.push_back(n > 0 ? open((from + name).c_str(), O_RDONLY | O_CLOEXEC) : -1);
+    return fds;
+}
+
+// Copies the opened font files into the sandbox's own "/customer/kivo/fonts" and closes them.
+void installTerminalFonts(const std::vector<int> &fds, const std::string &fontsDir) {
+    for (size_t i = 0; i < fds.size(); ++i) {
+        if (fds[i] < 0) continue;
+        std::ofstream out(fontsDir + "/" + kTerminalFonts[i], std::ios::binary);
+        char buffer[65536];
+        ssize_t got;
+        while ((got = read(fds[i], buffer, sizeof buffer)) > 0) out.write(buffer, got);
+        close(fds[i]);
     }
 }
 
@@ -272,6 +284,7 @@ void buildSandbox(const std::vector<HostBind> &binds) {
         if (fd < 0) fail("open " + bind.path);
         sources.push_back(fd);
     }
+    std::vector<int> fonts = openTerminalFonts();
     const std::string root = kNewRoot;
     mountFs("tmpfs", root, MS_NOSUID, "mode=0755");
     bindHostTopLevel(root);
@@ -284,7 +297,7 @@ void buildSandbox(const std::vector<HostBind> &binds) {
     // The terminal's flash is small; a package unpacking without end must not fill the RAM.
     mountFs("tmpfs", root + "/customer/kivo", MS_NOSUID | MS_NODEV, "mode=0755,size=256m");
     makeDirs(root + "/customer/kivo/fonts");
-    installTerminalFonts(root + "/customer/kivo/fonts");
+    installTerminalFonts(fonts, root + "/customer/kivo/fonts");
     makeDirs(root + "/customer/kivo/mcudir");
     for (size_t i = 0; i < binds.size(); ++i) {
         std::string target = root + binds[i].path;
