@@ -177,6 +177,17 @@ POS_API void Disp_vGetUserDisplayRange(int *pnStartX, int *pnEndX, int *pnStartY
     *pnEndY = kScreenHeight;
 }
 
+namespace {
+
+// The line test of the line-text calls, with the warning they log for a line off the screen.
+bool lineAccepted(uint8_t line) {
+    if (_is_in_range_line(line)) return true;
+    Log_Warn("line range error, input=%d", line);
+    return false;
+}
+
+}  // namespace
+
 POS_API void Disp_vShowStr(uint8_t line, uint8_t style, uint8_t pattern, const char *fmt, ...) {
     if (!_is_in_range_line(line)) {
         Log_Warn("line range error(0-5), but input=%d", line);
@@ -219,10 +230,7 @@ POS_API void Disp_vShowStr(uint8_t line, uint8_t style, uint8_t pattern, const c
 }
 
 POS_API void Disp_vShowStrAt(uint8_t line, uint8_t /*unused*/, const char *fmt, ...) {
-    if (!_is_in_range_line(line)) {
-        Log_Warn("line range error, input=%d", line);
-        return;
-    }
+    if (!lineAccepted(line)) return;
     va_list ap;
     va_start(ap, fmt);
     showFormattedLine(PnlLmShowString, line, 0, fmt, ap);
@@ -230,10 +238,7 @@ POS_API void Disp_vShowStrAt(uint8_t line, uint8_t /*unused*/, const char *fmt, 
 }
 
 POS_API void Disp_vShowStrAtEx(uint8_t line, uint8_t pattern, const char *fmt, ...) {
-    if (!_is_in_range_line(line)) {
-        Log_Warn("line range error, input=%d", line);
-        return;
-    }
+    if (!lineAccepted(line)) return;
     unsigned int flags = checkedPatternFlags(pattern);
     va_list ap;
     va_start(ap, fmt);
@@ -242,10 +247,7 @@ POS_API void Disp_vShowStrAtEx(uint8_t line, uint8_t pattern, const char *fmt, .
 }
 
 POS_API void Disp_vShowPersianStr(uint8_t line, uint8_t pattern, const char *fmt, ...) {
-    if (!_is_in_range_line(line)) {
-        Log_Warn("line range error, input=%d", line);
-        return;
-    }
+    if (!lineAccepted(line)) return;
     unsigned int flags = checkedPatternFlags(pattern);
     char text[kLineBufferBytes];
     va_list ap;
@@ -256,10 +258,7 @@ POS_API void Disp_vShowPersianStr(uint8_t line, uint8_t pattern, const char *fmt
 }
 
 POS_API void Disp_vClearLine(uint8_t line) {
-    if (!_is_in_range_line(line)) {
-        Log_Warn("line range error, input=%d", line);
-        return;
-    }
+    if (!lineAccepted(line)) return;
     PnlLmShowString(line, "", PNL_TEXT_CLEAR_LINE);
 }
 

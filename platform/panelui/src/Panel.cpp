@@ -318,22 +318,32 @@ int PnlPutDIB(int32_t hdc, const unsigned char *data, int x, int y, int width, i
     return 0;
 }
 
-int PnlDrawHorz(int32_t hdc, int x, int y, int length, int width) {
+namespace {
+
+// A line of LENGTH dots (negative draws towards 0; both ends included) and WIDTH (at least 1)
+// across, along x or along y, in the pen's colour.
+int drawLine(int32_t hdc, int x, int y, int length, int width, bool horizontal) {
     Surface *s = surfaceOf(hdc);
     if (s == nullptr) return -1;
-    long long from = length < 0 ? static_cast<long long>(x) + length : x;
-    long long w = width < 1 ? 1 : width;
-    s->fill(from, y, std::llabs(static_cast<long long>(length)) + 1, w, s->pen);
+    long long start = horizontal ? x : y;
+    long long from = length < 0 ? start + length : start;
+    long long along = std::llabs(static_cast<long long>(length)) + 1;
+    long long across = width < 1 ? 1 : width;
+    if (horizontal)
+        s->fill(from, y, along, across, s->pen);
+    else
+        s->fill(x, from, across, along, s->pen);
     return 0;
 }
 
+}  // namespace
+
+int PnlDrawHorz(int32_t hdc, int x, int y, int length, int width) {
+    return drawLine(hdc, x, y, length, width, true);
+}
+
 int PnlDrawVert(int32_t hdc, int x, int y, int length, int width) {
-    Surface *s = surfaceOf(hdc);
-    if (s == nullptr) return -1;
-    long long from = length < 0 ? static_cast<long long>(y) + length : y;
-    long long w = width < 1 ? 1 : width;
-    s->fill(x, from, w, std::llabs(static_cast<long long>(length)) + 1, s->pen);
-    return 0;
+    return drawLine(hdc, x, y, length, width, false);
 }
 
 int PnlDrawLine(int32_t hdc, int x1, int y1, int x2, int y2) {
